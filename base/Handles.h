@@ -1,0 +1,24 @@
+// Owning pointers for what C libraries hand out; each release call stands here once.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+namespace QvFormat {
+
+struct FreeDeleter {
+    void operator()(void* memory) const { std::free(memory); }
+};
+
+// Memory from malloc, calloc or realloc.
+template<typename T>
+using MallocPtr = std::unique_ptr<T, FreeDeleter>;
+
+struct FileCloser {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
+
+} // namespace QvFormat

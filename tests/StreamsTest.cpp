@@ -1,0 +1,195 @@
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "base/CFileStream.h"
+#include "base/CMemoryStream.h"
+
+using namespace QvFormat;
+
+namespace {
+
+using StreamPtr = std::unique_ptr<IQVSequentialStream>;
+
+StreamPtr OpenFile(const char* path, int type) {
+    return std::make_unique<CFileStream>(reinterpret_cast<const unsigned char*>(path),
+                                         static_cast<FileOpenType>(type));
+}
+
+StreamPtr OpenMemory(const std::string& content) {
+    auto* buffer = static_cast<unsigned char*>(::operator new(content.size()));
+    std::memcpy(buffer, content.data(), content.size());
+    return std::make_unique<CMemoryStream>(buffer, static_cast<long>(content.size()));
+}
+
+std::string Read(const StreamPtr& stream, int count) {
+    unsigned char bytes[32];
+    int read = -7;
+    EXPECT_EQ(stream->Read(bytes, count, &read), QV_S_OK);
+    return std::string(reinterpret_cast<char*>(bytes), static_cast<std::size_t>(read));
+}
+
+int Write(const StreamPtr& stream, std::string bytes) {
+    int written = -7;
+    EXPECT_EQ(stream->Write(reinterpret_cast<unsigned char*>(bytes.data()),
+                            static_cast<int>(bytes.size()), &written),
+              QV_S_OK);
+    return written;
+}
+
+struct TempFile {
+    explicit TempFile(const std::string& content) {
+        close(mkstemp(path.data()));
+        Write(OpenFile(path.c_str(), FileOpenCreate), content);
+    }
+    ~TempFile() { std::remove(path.c_str()); }
+    std::string path = testing::TempDir() + "streamXXXXXX";
+};
+
+// What both kinds of stream share, over ten bytes that can be read and written.
+struct StreamTest : testing::TestWithParam<bool> {
+    const bool isFile = GetParam();
+    const TempFile file{"012345678\xFF"};
+    const StreamPtr stream =
+        isFile ? OpenFile(file.path.c_str(), FileOpenReadWrite) : OpenMemory("012345678\xFF");
+    long position = -7;
+};
+
+INSTANTIATE_TEST_SUITE_P(BothKinds, StreamTest, testing::Bool(),
+                         [](const auto& kind) { return kind.param ? "File" : "Memory"; });
+
+TEST_P(StreamTest, ReadsAcrossTheEndDeliverWhatIsThereThenNothing) {
+    int value = 7;
+    stream->Seek(8, SeekFromBegin, nullptr);
+    EXPECT_EQ(Read(stream, 5), "8\xFF");
+    EXPECT_EQ(Read(stream, 5), "");
+    EXPECT_EQ(stream->ReadByte(&value), QV_E_FAIL);
+    EXPECT_EQ(value, isFile ? 7 : -1);
+    stream->Seek(-1, SeekFromCurrent, nullptr);
+    EXPECT_EQ(stream->ReadByte(&value), QV_S_OK);
+    EXPECT_EQ(value, 255);
+}
+
+TEST_P(StreamTest, SeekFromPosition4GoesWhereTheModeSays) {
+    const struct {
+        long offset;
+        int mode;
+        long inFile, inMemory;
+    } rows[] = {{3, 0, 3, 3},   {-3, 0, 4, 0},      {12, 0, 12, 10},     {LONG_MIN, 0, 4, 0},
+                {3, 1, 7, 7},   {-5, 1, 4, 0},      {LONG_MIN, 1, 4, 0}, {-3, 2, 7, 7},
+                {5, 2, 15, 10}, {LONG_MIN, 2, 4, 0}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.offset << " mode " << row.mode);
+        stream->Seek(4, SeekFromBegin, nullptr);
+        EXPECT_EQ(stream->Seek(row.offset, static_cast<SeekMode>(row.mode), &position), QV_S_OK);
+        EXPECT_EQ(position, isFile ? row.inFile : row.inMemory);
+        long told = -7;
+        EXPECT_EQ(stream->Tell(&told), QV_S_OK);
+        EXPECT_EQ(told, position);
+    }
+}
+
+TEST_P(StreamTest, ReadsWritesAndLengthInTurnKeepOnePosition) {
+    EXPECT_EQ(Read(stream, 2), "01");
+    EXPECT_EQ(Write(stream, "ab"), 2);
+    EXPECT_EQ(Read(stream, 1), "4");
+    EXPECT_EQ(stream->WriteByte(0xFC), QV_S_OK);
+    EXPECT_EQ(stream->GetLength(&position), QV_S_OK);
+    EXPECT_EQ(position, 10);
+    EXPECT_EQ(Read(stream, 1), "6");
+    stream->Seek(0, SeekFromBegin, nullptr);
+    EXPECT_EQ(Read(stream, 20), "01ab4\374678\377");
+}
+
+TEST_P(StreamTest, BadArgumentsAreRefusedAndOptionalNullsAccepted) {
+    unsigned char byte = 'x';
+    int count = 7;
+    for (const QVRESULT result :
+         {stream->Read(&byte, 0, &count), stream->Read(&byte, INT_MIN, &count),
+          stream->Write(&byte, 0, &count), stream->Write(&byte, INT_MIN, &count),
+          stream->Read(nullptr, 1, &count), stream->Write(nullptr, 1, &count),
+          stream->ReadByte(nullptr), stream->Seek(1, static_cast<SeekMode>(3), &position),
+          stream->Seek(1, static_cast<SeekMode>(-1), &position)})
+        EXPECT_EQ(result, QV_E_INVALIDARG);
+    EXPECT_TRUE(count == 7 && position == -7);
+    EXPECT_EQ(stream->GetCanRead(nullptr), isFile ? QV_E_INVALIDARG : QV_S_OK);
+    EXPECT_EQ(stream->Tell(nullptr) | stream->GetLength(nullptr), QV_S_OK);
+    EXPECT_EQ(stream->Read(&byte, 1, nullptr) | stream->Write(&byte, 1, nullptr), QV_S_OK);
+    EXPECT_EQ(Read(stream, 1), "2");
+}
+
+void ExpectNotOpen(const StreamPtr& stream, QVRESULT flushed) {
+    unsigned char byte = 7;
+    int count = 7;
+    long position = 7;
+    for (const QVRESULT result :
+         {stream->Read(&byte, 1, &count), stream->ReadByte(&count), stream->GetCanRead(&count),
+          stream->GetCanSeek(&count), stream->GetCanWrite(&count), stream->GetLength(&position),
+          stream->Tell(&position), stream->Close(), stream->Write(&byte, 1, &count),
+          stream->WriteByte(1), stream->Seek(0, SeekFromEnd, &position)})
+        EXPECT_EQ(result, QV_E_NOTREADY);
+    EXPECT_EQ(stream->Flush(), flushed);
+    EXPECT_TRUE(byte == 7 && count == 7 && position == 7);
+}
+
+TEST_P(StreamTest, StreamThatIsClosedOrNeverOpenedIsNotReady) {
+    EXPECT_EQ(stream->Close(), QV_S_OK);
+    ExpectNotOpen(stream, isFile ? QV_E_NOTREADY : QV_E_NOTIMPL);
+    for (const int type : {-1, 3})
+        ExpectNotOpen(OpenFile(file.path.c_str(), type), QV_E_NOTREADY);
+    for (const int type : {FileOpenRead, FileOpenCreate, FileOpenReadWrite})
+        ExpectNotOpen(OpenFile("/nowhere/at all", type), QV_E_NOTREADY);
+    ExpectNotOpen(OpenFile(nullptr, FileOpenRead), QV_E_NOTREADY);
+    ExpectNotOpen(std::make_unique<CMemoryStream>(nullptr, 5), QV_E_NOTIMPL);
+}
+
+TEST(FileStream, OpenTypeDecidesWhatCanBeDone) {
+    const struct {
+        int type, canRead, canWrite, flushed;
+        const char *read, *left;
+    } rows[] = {{FileOpenRead, 1, 0, 1, "te", "text"},
+                {FileOpenCreate, 0, 1, 0, "", "ab"},
+                {FileOpenReadWrite, 1, 1, 0, "te", "teab"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.type);
+        const TempFile file("text");
+        StreamPtr stream = OpenFile(file.path.c_str(), row.type);
+        int canRead = 7, canSeek = 7, canWrite = 7;
+        EXPECT_EQ(stream->GetCanRead(&canRead) | stream->GetCanSeek(&canSeek), QV_S_OK);
+        EXPECT_EQ(stream->GetCanWrite(&canWrite), QV_S_OK);
+        EXPECT_TRUE(canRead == row.canRead && canSeek == 1 && canWrite == row.canWrite);
+        EXPECT_EQ(Read(stream, 2), row.read);
+        EXPECT_EQ(Write(stream, "a"), row.canWrite);
+        EXPECT_EQ(stream->Flush(), row.flushed);
+        EXPECT_EQ(stream->WriteByte('b'), row.canWrite ? QV_S_OK : QV_E_FAIL);
+        stream.reset();
+        EXPECT_EQ(Read(OpenFile(file.path.c_str(), FileOpenRead), 20), row.left);
+    }
+    const StreamPtr full = OpenFile("/dev/full", FileOpenCreate);
+    EXPECT_EQ(full->WriteByte('a'), QV_S_OK);
+    EXPECT_EQ(full->Flush(), 1);
+}
+
+TEST(MemoryStream, WritesAndTheFarthestSeeksStopAtTheEndOfTheBuffer) {
+    const StreamPtr stream = OpenMemory("0123456789");
+    for (const SeekMode mode : {SeekFromBegin, SeekFromEnd, SeekFromCurrent}) {
+        long position = -7;
+        EXPECT_EQ(stream->Seek(LONG_MAX, mode, &position), QV_S_OK);
+        EXPECT_EQ(position, 10);
+    }
+    stream->Seek(8, SeekFromBegin, nullptr);
+    EXPECT_EQ(Write(stream, "abcde"), 2);
+    EXPECT_EQ(Write(stream, "z"), 0);
+    EXPECT_EQ(stream->WriteByte('z'), QV_E_FAIL);
+    stream->Seek(0, SeekFromBegin, nullptr);
+    EXPECT_EQ(Read(stream, 20), "01234567ab");
+    auto* buffer = static_cast<unsigned char*>(::operator new(1));
+    EXPECT_EQ(CMemoryStream(buffer, -5).WriteByte(1), QV_E_FAIL);
+}
+
+} // namespace

@@ -1,0 +1,140 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "QvExport.h"
+#include "base/Handles.h"
+
+namespace QvFormat {
+
+class IQVSequentialStream;
+struct UMDNode;
+
+// One UMD book: parses the container when it is constructed and hands out the book's text, chunk by
+// chunk, and its information strings. docs/umd-format.md describes the container.
+//
+// A book that cannot be parsed makes a handler that is not ready: it has no chunks and no content
+// length, but still answers with the strings read before the parse failed. Nothing changes a
+// handler after construction but the position of its stream. One thread at a time.
+//
+// Buffers and strings handed out come from malloc; the caller owns them and releases them with
+// free.
+class UMDFORMAT_API CUMDHandler {
+public:
+    // Takes ownership of `stream`, which must be able to read and seek, and parses the book. With a
+    // null or unsuitable stream or a damaged book the handler is not ready.
+    explicit CUMDHandler(IQVSequentialStream* stream);
+
+    // Destroys the stream first, then everything read from it.
+    virtual ~CUMDHandler();
+
+    // The number of text chunks; 0 when not ready.
+    int GetChunkCount();
+
+    // Bytes of UTF-16LE text that the book says it holds; 0 when it does not say or the handler is
+    // not ready. Whatever the book states is passed on, negative values too: the chunks may hold
+    // more or less.
+    int GetContentLength();
+
+    // Inflates chunk `index`, counted from 0, into a new buffer of UTF-16LE text without terminator
+    // and stores the text's size in bytes in `*length`, which must not be null. The text of the
+    // book is that of its chunks, one after the other. Nothing is cached. Null, with `*length`
+    // untouched: not ready, no such chunk, a chunk that is damaged, cut off or inflates to 2 GiB or
+    // more, or no memory.
+    unsigned char* GetChunkContent(int index, int* length);
+
+    // New copies of the book's information strings: UTF-16 code units up to the first zero unit,
+    // which ends the copy. Dates are text as the book has it. Null: the book has no such string, or
+    // no memory. Handlers that are not ready answer too.
+    unsigned short* GetTitle();
+    unsigned short* GetAuthor();
+    unsigned short* GetYear();
+    unsigned short* GetMonth();
+    unsigned short* GetDay();
+    unsigned short* GetGenre();
+    unsigned short* GetPublisher();
+    unsigned short* GetVendor();
+
+protected:
+    // Text as the file has it, UTF-16LE, with at least one whole zero unit behind it.
+    using Text = MallocPtr<unsigned char[]>;
+
+    struct ChunkEntry {
+        std::int32_t offset; // in the file
+        std::int32_t length; // compressed
+    };
+
+    struct ChapterEntry {
+        std::int32_t offset; // as the book states it, not interpreted
+        Text title;          // null until the titles are read
+    };
+
+    // What a node means for the parse: go on behind it, end with what there is, or fail.
+    enum class Step { GoOn, Done, Failed };
+
+    // What stands behind a node: a data node, something else, or a place no parse goes past.
+    enum class Following { DataNode, Other, End };
+
+    // The parse. Returns 1 when the book is complete as far as it goes, 0 when it failed.
+    int Initialize();
+
+    // Read a node's header at `offset`. Return 1 and fill `node`, or 0 and leave it as it was.
+    int ReadFunctionNode(int offset, UMDNode* node);
+    int ReadDataNode(int offset, UMDNode* node);
+
+    // Stores the content of an information node as its string; one that cannot be read is left out.
+    void ReadBookInfo(UMDNode* node);
+
+    // Splits `size` bytes of title records into the chapter table. 0: no table, too few records.
+    int ParseTitle(const unsigned char* data, int size);
+
+    // Appends a chunk. 0: the list could not grow and stays as it was.
+    int AddChunkToList(int offset, int length);
+
+    bool StreamIsUsable();
+    bool ReadNextFunctionNode(UMDNode* node);
+    Following ReadFollowingDataNode(UMDNode* node);
+    Step ReadFunction(UMDNode* node);
+    Step ReadBookType(const UMDNode& node);
+    Step ReadContentLength(const UMDNode& node);
+    Step ReadChapterTable(UMDNode* node);
+    Step ReadChapterTitles(UMDNode* node);
+    Step ReadChunkRun(UMDNode* node);
+    bool StoreChapterOffsets(const unsigned char* table, int count);
+    bool ReadTitleBlock(const UMDNode& block);
+    Text* InfoString(int type);
+
+    // Bytes read at `offset`, fewer than `count` at the end of the file; -1 when seek or read
+    // fails, as a read of 0 bytes does.
+    int ReadAt(int offset, unsigned char* buffer, int count);
+
+    // The stream's position; -1 when it cannot be told or is no 32-bit offset.
+    int Position();
+
+    // Bytes that the file holds from `offset` on; negative when it ends before or its length is not
+    // to be had.
+    std::int64_t BytesFrom(int offset);
+
+    int m_bReady = 0;
+    std::unique_ptr<IQVSequentialStream> m_pStream;
+    int m_nContentLength = 0;
+    int m_nChapterCount = 0;
+    MallocPtr<ChunkEntry[]> m_pChunks;
+    int m_nChunkCount = 0;
+    int m_nChunkCapacity = 0;
+    std::unique_ptr<ChapterEntry[]> m_pChapters;
+    Text m_pTitle;
+    Text m_pAuthor;
+    Text m_pYear;
+    Text m_pMonth;
+    Text m_pDay;
+    Text m_pGenre;
+    Text m_pPublisher;
+    Text m_pVendor;
+};
+
+static_assert(sizeof(void*) != 4 || sizeof(CUMDHandler) == 68,
+              "hosts are compiled against this size");
+
+} // namespace QvFormat
