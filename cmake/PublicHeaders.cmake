@@ -5,4 +5,7 @@ set(public_class_headers
     base/CMemoryStream.h
     base/CUtility.h
     base/Handles.h
+    layout/CPangoLayout.h
+    render/CUMDRenderImpl.h
+    render/CUmdCustomizer.h
     umd/CUMDHandler.h)

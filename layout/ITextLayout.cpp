@@ -1,0 +1,7 @@
+#include "ITextLayout.h"
+
+namespace QvFormat {
+
+ITextLayout::~ITextLayout() = default;
+
+} // namespace QvFormat

@@ -1,0 +1,7 @@
+#include "IBookInfoEntity.h"
+
+namespace QvFormat {
+
+IBookInfoEntity::~IBookInfoEntity() = default;
+
+} // namespace QvFormat

@@ -1,0 +1,139 @@
+#pragma once
+
+#include <memory>
+
+#include "IBookInfoEntity.h"
+#include "IFormatRender.h"
+#include "IQVSequentialStream.h"
+#include "ITextLayout.h"
+#include "umd/CUMDHandler.h"
+
+namespace QvFormat {
+
+// The renderer of one UMD book.
+//
+// The book's text is UTF-16LE content, counted in blocks of 128 bytes. One segment of at most 80
+// blocks is loaded at a time: converted to UTF-8 block by block (the segment text) and given to the
+// layout from m_nStartOffset on (the layout text). A book position is a block index and a byte
+// offset in that block's own UTF-8; it names the same character whichever segment is loaded.
+class UMDFORMAT_API CUMDRenderImpl : public IFormatRender {
+public:
+    CUMDRenderImpl();
+    // Saves the reading position, then releases all it owns.
+    ~CUMDRenderImpl() override;
+
+    QVRESULT SetScreenRes(unsigned int width, unsigned int height) override;
+    QVRESULT GetScreenRes(unsigned int* width, unsigned int* height) override;
+    QVRESULT SetBoldLevel(int level) override;
+    QVRESULT GetBoldLevel(int* level) override;
+    QVRESULT GotoPrevScreen() override;
+    QVRESULT GotoNextScreen() override;
+    QVRESULT GotoPosition(float fraction) override;
+    QVRESULT DrawCurScreen(QV_IMAGE image, int x, int y) override;
+    QVRESULT GetTextRenderForCurPage(IFormatRender** render) override;
+    QVRESULT GetTextCustomizer(ITextCustomizer** customizer) override;
+    QVRESULT GetTOCMarks(QV_CONTENT_MARK** marks, int* count) override;
+    QVRESULT GetPagingHandler(IPagingHandler** handler) override;
+
+    // Opens the book on `stream`, laid out with `layout`; owns both from the moment it accepts its
+    // arguments. May be called again for another book, with objects this renderer does not own: the
+    // reading position of the previous one is saved first. QV_E_INVALIDARG: null path, nothing was
+    // taken over. QV_E_OUTOFMEMORY: no memory. QV_E_FAIL: no book text can be read.
+    QVRESULT Initialize(IQVSequentialStream* stream, ITextLayout* layout, char* path);
+
+    // Learns where each chunk's text begins by inflating every chunk once. 1, or 0 on failure.
+    int CreatUmdNodeIndexList();
+
+    // The UTF-16LE bytes of the segment that begins at `block`, followed by 4 zero bytes; their
+    // number is stored in `*length`. The caller releases them with free. Null: no such block, no
+    // memory, or the chunks end before the declared text does.
+    unsigned char* GetBlockContent(int block, int* length);
+
+    // The segment text of `length` bytes of UTF-16LE, 1 to 10240, followed by zero bytes; fills the
+    // block offsets. Invalid sequences are left out. The caller releases it with free. Null, with
+    // the block offsets as they were: bad arguments, no memory, a character cut at a block's end.
+    unsigned char* UnicodeToUtf8(unsigned char const* content, int length);
+
+    // Loads the segment that begins at `block` and lays its text out from UTF-8 byte `offset` on;
+    // that character then begins the screen. An offset inside a character moves back to its first
+    // byte, one that is not in the text counts as 0. 1, or 0 when the segment cannot be loaded.
+    int UmdSetText(int block, int offset);
+
+    // The book position of a byte of the layout text. 1, or 0 with the outputs untouched: no
+    // segment is loaded, or the offset is at or past the end of its text.
+    int GetBlockInfo(int layoutOffset, int* block, int* offsetInBlock);
+
+    // How many lines fit on a screen, from `line` on or ending before it. 0: there are none, the
+    // line is taller than a screen, or (previous) text before the layout text belongs there too.
+    // -1: the layout cannot say its size or spacing.
+    int GetNextPageLineNum(int line);
+    int GetPrevPageLineNum(int line);
+
+    // The first line that begins at or after a byte of the layout text, or the last line.
+    int GetLineNumByOffset(int layoutOffset);
+
+    // Writes the position of the screen shown into the book's reading-data file.
+    void WirteQvp();
+
+    // Font settings, see ITextCustomizer; null and empty names are ignored. Names and size are
+    // stored, the layout only learns the indent.
+    void SetFontSize(unsigned int size);
+    void SetEnglishFont(char const* name);
+    void SetChineseFont(char const* name);
+
+    // Gives the layout its default description and justified lines. 1, or 0 without a book or
+    // without a Chinese font set.
+    int SetFontDescription();
+
+protected:
+    void ReleaseBook();
+    QVRESULT OpenBook(IQVSequentialStream* stream, ITextLayout* layout);
+    void SetFontName(std::unique_ptr<char[]>& field, char const* name);
+    int FirstLineIndent() const;
+
+    int FindChunk(int contentOffset) const;
+    bool ReadContent(int contentOffset, int length, unsigned char* bytes) const;
+    bool BeginsInsideParagraph(int block, const unsigned char* text, int offset) const;
+
+    // A table with m_nLineCount -1 is outdated: the layout has changed since, its line breaks no
+    // longer hold, but it still tells where the screen shown begins.
+    void MarkLinesOutdated();
+    bool HasCurrentLines();
+    bool LayOutAnew();
+
+    int TextLineCount() const;
+    int NextScreenLine(int line);
+    bool IsTallerThanScreen(int line);
+    bool IsLastSegment() const;
+    bool BeginsAtBookStart() const;
+    bool ShowsWholeText();
+    QVRESULT LoadFromLine(int line);
+    QVRESULT LoadSegmentBefore();
+    QVRESULT StepBackInSegment();
+
+    std::unique_ptr<IBookInfoEntity> m_pBookInfoEntity;
+    std::unique_ptr<ITextLayout> m_pLayout;
+    std::unique_ptr<CUMDHandler> m_pUmdHandler;
+    std::unique_ptr<char[]> m_pChineseFont;
+    std::unique_ptr<char[]> m_pEnglishFont;
+    unsigned int m_nFontSize = 0;
+    int m_nBlockSize = 128;      // bytes of content
+    int m_nSegmentBytes = 10240; // bytes of content
+    int m_nBlocksPerSegment = 80;
+    int m_bInitialized = 0;
+    int m_bFontChanged = 1;
+    int m_nFirstBlock = 0;    // of the loaded segment, or of the one to load first
+    int m_nStartOffset = 0;   // byte of the segment text at which the layout text begins
+    int m_nSegmentBlocks = 0; // blocks in the loaded segment
+    std::unique_ptr<int[]> m_pChunkOffsets; // content offset of each chunk, and of the end
+    std::unique_ptr<int[]> m_pBlockOffsets; // segment-text offset of each block, and of the end
+    int m_nLineCount = -1;
+    int m_nCurLine = -1; // first line of the screen shown
+    std::unique_ptr<QVLayoutLineInfo[]> m_pLineTable;
+    int m_nContentLength = 0; // bytes
+    int m_nBlockCount = 0;
+};
+
+static_assert(sizeof(void*) != 4 || sizeof(CUMDRenderImpl) == 88);
+
+} // namespace QvFormat

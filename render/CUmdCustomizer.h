@@ -1,0 +1,25 @@
+#pragma once
+
+#include "ITextCustomizer.h"
+
+namespace QvFormat {
+
+class CUMDRenderImpl;
+
+// Changes the type settings of one renderer, which it does not own and must not outlive.
+class UMDFORMAT_API CUmdCustomizer : public ITextCustomizer {
+public:
+    explicit CUmdCustomizer(CUMDRenderImpl* render);
+    ~CUmdCustomizer() override;
+
+    QVRESULT SetChineseFont(char const* name) override;
+    QVRESULT SetEnglishFont(char const* name) override;
+    QVRESULT SetFontSize(unsigned int size) override;
+
+protected:
+    CUMDRenderImpl* m_pRender;
+};
+
+static_assert(sizeof(CUmdCustomizer) == 2 * sizeof(void*));
+
+} // namespace QvFormat

@@ -1,0 +1,7 @@
+#include "IFormatRender.h"
+
+namespace QvFormat {
+
+IFormatRender::~IFormatRender() = default;
+
+} // namespace QvFormat

@@ -1,0 +1,7 @@
+#include "ITextCustomizer.h"
+
+namespace QvFormat {
+
+ITextCustomizer::~ITextCustomizer() = default;
+
+} // namespace QvFormat

@@ -1,0 +1,401 @@
+// The renderer object: its contract towards the application, who owns what, and the way from chunks
+// to laid-out text.
+#include <climits>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "CreateFormatRenderInstance.h"
+#include "ITextCustomizer.h"
+#include "RenderFixture.h"
+#include "base/CMemoryStream.h"
+#include "base/Handles.h"
+#include "render/CUmdCustomizer.h"
+
+using namespace QvFormat;
+using namespace fixture;
+
+namespace {
+
+// Streams and layouts that are alive.
+int alive = 0;
+
+class CountedStream : public CMemoryStream {
+public:
+    CountedStream(const umdbook::Bytes& bytes)
+        : CMemoryStream(Copy(bytes), static_cast<long>(bytes.size())) {
+        ++alive;
+    }
+    ~CountedStream() override { --alive; }
+
+private:
+    static unsigned char* Copy(const umdbook::Bytes& bytes) {
+        auto* copy = static_cast<unsigned char*>(::operator new(bytes.size()));
+        std::memcpy(copy, bytes.data(), bytes.size());
+        return copy;
+    }
+};
+
+// Lines of 10 bytes and given heights, without fonts.
+class LinesLayout : public CPangoLayout {
+public:
+    explicit LinesLayout(std::vector<int> lineHeights = {})
+        : CPangoLayout("fzlth 18", 600, 100, 72, 72), heights(std::move(lineHeights)) {
+        ++alive;
+    }
+    ~LinesLayout() override { --alive; }
+    int GetLayoutRect(unsigned int* width, unsigned int* height) override {
+        return reportsRect ? CPangoLayout::GetLayoutRect(width, height) : 0;
+    }
+    int GetLineSpacing(unsigned int* pixels) override {
+        return reportsSpacing ? CPangoLayout::GetLineSpacing(pixels) : 0;
+    }
+    int GetLineTable(QVLayoutLineInfo** table, unsigned int* count) override {
+        *table = nullptr;
+        if (heights.empty())
+            return 0;
+        *count = static_cast<unsigned int>(heights.size());
+        *table = new QVLayoutLineInfo[heights.size()];
+        for (std::size_t i = 0; i < heights.size(); ++i)
+            (*table)[i] = {static_cast<int>(10 * i), heights[i]};
+        return 1;
+    }
+
+    std::vector<int> heights;
+    bool reportsRect = true;
+    bool reportsSpacing = true;
+};
+
+umdbook::Bytes TextBook(const std::u16string& text, const umdbook::Options& options = {}) {
+    umdbook::Book book;
+    book.chapters.push_back({u"", text});
+    return umdbook::WriteBook(book, options);
+}
+
+char path[] = "/nonexistent/book.umd";
+
+TEST(RendererTest, OperationsBeforeInitializeAnswerAndChangeNothing) {
+    ProbeRender render;
+    unsigned int size = 7;
+    int level = 7;
+    unsigned char pixel = 7;
+    ITextCustomizer* customizer = nullptr;
+    EXPECT_EQ(render.SetScreenRes(0, 800), QV_S_OK);
+    EXPECT_EQ(render.GetScreenRes(&size, &size), QV_S_OK);
+    EXPECT_EQ(render.GotoNextScreen(), QV_E_NOTREADY);
+    EXPECT_EQ(render.GotoPrevScreen(), QV_E_NOTREADY);
+    EXPECT_EQ(render.GotoPosition(0.5f), QV_E_FAIL);
+    EXPECT_EQ(render.DrawCurScreen({0, &pixel, 1, 1, 1}, 0, 0), QV_S_OK);
+    EXPECT_EQ(render.GetTextCustomizer(&customizer), QV_S_OK);
+    EXPECT_EQ(render.GetBoldLevel(&level), QV_E_NOTIMPL);
+    EXPECT_EQ(render.GetNextPageLineNum(0), -1);
+    EXPECT_EQ(render.GetLineNumByOffset(5), -2);
+    EXPECT_EQ(render.CreatUmdNodeIndexList(), 0);
+    EXPECT_EQ(render.UmdSetText(0, 0), 0);
+    EXPECT_EQ(customizer, nullptr);
+    EXPECT_EQ(size + static_cast<unsigned int>(level) + pixel, 21u);
+}
+
+TEST(RendererTest, InitialisedRendererAnswersAsItsInterfaceSays) {
+    const auto render = OpenText(u"text");
+    unsigned int width = 0, height = 0;
+    EXPECT_EQ(render->GetScreenRes(&width, &height), 1);
+    EXPECT_EQ(width * 1000 + height, 600800u);
+    EXPECT_EQ(render->SetScreenRes(0, 800), QV_E_INVALIDARG);
+    EXPECT_EQ(render->SetScreenRes(600, 0), QV_E_INVALIDARG);
+    EXPECT_EQ(render->SetBoldLevel(1), QV_E_NOTIMPL);
+    EXPECT_EQ(render->GetTOCMarks(nullptr, nullptr), QV_E_NOTIMPL);
+    IFormatRender* page = render.get();
+    EXPECT_EQ(render->GetTextRenderForCurPage(&page), QV_E_NOTIMPL);
+    EXPECT_EQ(page, nullptr);
+    EXPECT_EQ(render->GetTextRenderForCurPage(nullptr), QV_E_NOTIMPL);
+    EXPECT_EQ(render->GetPagingHandler(nullptr), QV_E_NOTIMPL);
+    EXPECT_EQ(render->GotoNextScreen(), QV_E_FAIL) << "nothing is laid out yet";
+    EXPECT_EQ(render->GotoPrevScreen(), QV_E_FAIL);
+}
+
+TEST(RendererTest, CustomizersStoreFontsAndSetTheIndent) {
+    const auto render = OpenText(u"text");
+    ITextCustomizer* made[2] = {};
+    EXPECT_EQ(render->GetTextCustomizer(nullptr), QV_E_POINTER);
+    EXPECT_EQ(render->GetTextCustomizer(&made[0]) | render->GetTextCustomizer(&made[1]), QV_S_OK);
+    const std::unique_ptr<ITextCustomizer> first(made[0]), second(made[1]);
+    EXPECT_NE(made[0], made[1]);
+    const auto indent = [&render] {
+        int pixels = 0;
+        render->m_pLayout->GetIndent(&pixels);
+        return pixels;
+    };
+    EXPECT_EQ(indent(), 36);
+    EXPECT_EQ(first->SetFontSize(25), QV_S_OK);
+    EXPECT_EQ(indent(), 50);
+    EXPECT_EQ(second->SetFontSize(UINT_MAX), QV_S_OK);
+    EXPECT_GT(indent(), 0);
+    EXPECT_EQ(first->SetChineseFont(nullptr), QV_E_INVALIDARG);
+    EXPECT_EQ(first->SetEnglishFont(nullptr), QV_E_INVALIDARG);
+    EXPECT_EQ(render->SetFontDescription(), 0) << "no Chinese font yet";
+    EXPECT_EQ(first->SetChineseFont(""), QV_S_OK);
+    EXPECT_EQ(render->SetFontDescription(), 0);
+    EXPECT_EQ(first->SetChineseFont("Song"), QV_S_OK);
+    EXPECT_EQ(render->SetFontDescription(), 1);
+    CUmdCustomizer orphan(nullptr);
+    EXPECT_EQ(orphan.SetChineseFont("Song"), QV_E_NOTREADY);
+    EXPECT_EQ(orphan.SetEnglishFont(nullptr), QV_E_NOTREADY);
+    EXPECT_EQ(orphan.SetFontSize(1), QV_E_NOTREADY);
+}
+
+// Every way through Initialize releases stream and layout exactly once.
+TEST(RendererTest, InitializeOwnsWhatItAccepted) {
+    const umdbook::Bytes good = TextBook(u"text");
+    umdbook::Bytes broken = TextBook(std::u16string(5000, u'x'));
+    broken[broken.size() / 2] ^= 0x55;
+    struct {
+        const char* what;
+        umdbook::Bytes book;
+        bool withLayout;
+        QVRESULT result;
+    } const rows[] = {
+        {"good", good, true, QV_S_OK},
+        {"no layout", good, false, QV_E_FAIL},
+        {"not a book", umdbook::Bytes(20, 'x'), true, QV_E_FAIL},
+        {"no text", TextBook(u""), true, QV_E_FAIL},
+        {"broken chunk", TextBook(u"x", {2, false, false, false, -5}), true, QV_E_FAIL},
+        {"length near 2 GiB", TextBook(u"x", {2, false, false, false, INT_MAX - 126}), true,
+         QV_E_FAIL},
+        {"length below 2 GiB", TextBook(u"x", {2, false, false, false, INT_MAX - 127}), true,
+         QV_S_OK},
+        {"damaged chunk", broken, true, QV_E_FAIL},
+    };
+    ProbeRender render;
+    for (const auto& row : rows) {
+        auto* layout = row.withLayout ? new LinesLayout : nullptr;
+        EXPECT_EQ(render.Initialize(new CountedStream(row.book), layout, path), row.result)
+            << row.what;
+        EXPECT_EQ(render.GotoNextScreen(), row.result == QV_S_OK ? QV_E_FAIL : QV_E_NOTREADY);
+        EXPECT_EQ(alive, row.withLayout ? 2 : 1) << row.what;
+    }
+    EXPECT_EQ(render.Initialize(nullptr, new LinesLayout, path), QV_E_FAIL);
+    EXPECT_EQ(alive, 1);
+    const auto stream = std::make_unique<CountedStream>(good);
+    EXPECT_EQ(render.Initialize(stream.get(), nullptr, nullptr), QV_E_INVALIDARG);
+    EXPECT_EQ(alive, 2) << "nothing was taken over or released";
+}
+
+TEST(RendererTest, SecondBookStartsAfreshButKeepsTheFontSize) {
+    const auto render = Open(TextBook(Novel(60000)));
+    render->SetFontSize(30);
+    DrawText(*render);
+    render->GotoNextScreen();
+    auto* layout = new CountingLayout("fzlth 18", 600, 800, 72, 72);
+    EXPECT_EQ(render->Initialize(NewStream(TextBook(u"second")), layout, path), QV_S_OK);
+    int indent = 0;
+    layout->GetIndent(&indent);
+    EXPECT_EQ(indent, 60);
+    EXPECT_EQ(render->GotoNextScreen(), QV_E_FAIL) << "nothing is laid out yet";
+    EXPECT_EQ(DrawText(*render), "second");
+}
+
+TEST(FactoryTest, OpensAFileAndRefusesWhatIsNoBook) {
+    const std::string file = testing::TempDir() + "factory-test.umd";
+    const umdbook::Bytes book = TextBook(u"text");
+    std::ofstream(file, std::ios::binary)
+        .write(reinterpret_cast<const char*>(book.data()), static_cast<long>(book.size()));
+    IFormatRender* render = nullptr;
+    EXPECT_EQ(CreateFormatRenderInstance(nullptr, &render), QV_E_POINTER);
+    EXPECT_EQ(CreateFormatRenderInstance(file.c_str(), nullptr), QV_E_POINTER);
+    ASSERT_EQ(CreateFormatRenderInstance(file.c_str(), &render), QV_S_OK);
+    EXPECT_EQ(DrawText(*render), "text");
+    delete render;
+    for (const std::string& bad :
+         {file + "-missing", testing::TempDir(), std::string(TEST_FONTS_CONF)}) {
+        render = reinterpret_cast<IFormatRender*>(&render);
+        EXPECT_EQ(CreateFormatRenderInstance(bad.c_str(), &render), QV_E_FAIL) << bad;
+        EXPECT_EQ(render, nullptr);
+        std::remove((bad + ".qvp").c_str());
+    }
+    std::remove(file.c_str());
+    std::remove((file + ".qvp").c_str());
+}
+
+// --- from chunks to text
+// ----------------------------------------------------------------------------
+
+TEST(ContentTest, SegmentsCoverTheBookWhateverTheChunks) {
+    const struct {
+        std::size_t units, chunkBytes;
+    } rows[] = {{5120, 128}, {5121, 10240}, {65, 2}, {20000, 1000}, {20000, 32768}, {20000, 10240}};
+    for (const auto& row : rows) {
+        const std::u16string text = Novel(row.units * 2);
+        const auto render = Open(TextBook(text, {row.chunkBytes, true, true, true, {}}));
+        const int bytes = static_cast<int>(row.units * 2);
+        const int blocks = (bytes + 127) / 128;
+        for (int block = 0; block < blocks; ++block) {
+            int length = 0;
+            const MallocPtr<unsigned char> content(render->GetBlockContent(block, &length));
+            ASSERT_TRUE(content);
+            ASSERT_EQ(length, blocks - block > 80 ? 10240 : bytes - block * 128);
+            for (int i = 0; i < length; i += 2) {
+                const char16_t unit = text[static_cast<std::size_t>((block * 128 + i) / 2)];
+                ASSERT_EQ(content.get()[i] | content.get()[i + 1] << 8, unit) << block << ' ' << i;
+            }
+            ASSERT_EQ(content.get()[length] | content.get()[length + 3], 0);
+        }
+        int length = 5;
+        EXPECT_EQ(render->GetBlockContent(-1, &length), nullptr);
+        EXPECT_EQ(render->GetBlockContent(blocks, &length), nullptr);
+        EXPECT_EQ(length, 5);
+    }
+}
+
+TEST(ContentTest, ChunksShorterThanDeclaredFailTheirSegmentsOnly) {
+    const auto render = Open(TextBook(Novel(20000), {32768, true, true, true, 30000}));
+    EXPECT_EQ(render->GotoPosition(0.0f), QV_S_OK);
+    const std::string first = DrawText(*render);
+    EXPECT_EQ(render->GotoPosition(0.9f), QV_E_FAIL);
+    EXPECT_EQ(DrawText(*render), first) << "a failed load leaves the screen as it was";
+    const auto empty = Open(TextBook(u"", {32768, true, true, true, 300}));
+    ASSERT_TRUE(empty);
+    EXPECT_EQ(empty->GotoPosition(0.0f), QV_E_FAIL) << "text declared, but no chunks";
+    EXPECT_EQ(DrawText(*empty), "");
+}
+
+TEST(ContentTest, CharacterCutByABlockFailsTheLoadAndLeavesTheTables) {
+    std::u16string text = Novel(40000);
+    text.replace(64 * 200 - 1, 2, u"\U0001F600");
+    const auto render = OpenText(text);
+    DrawText(*render);
+    const std::vector<int> offsets(render->m_pBlockOffsets.get(),
+                                   render->m_pBlockOffsets.get() + 81);
+    EXPECT_EQ(render->UmdSetText(150, 0), 0);
+    EXPECT_EQ(std::vector<int>(render->m_pBlockOffsets.get(), render->m_pBlockOffsets.get() + 81),
+              offsets);
+    EXPECT_EQ(render->m_nFirstBlock, 0);
+    EXPECT_EQ(render->m_nCurLine, 0);
+    EXPECT_EQ(render->GotoNextScreen(), QV_S_OK);
+    EXPECT_EQ(render->UmdSetText(200, 0), 1) << "the half behind the border is left out";
+    EXPECT_EQ(render->UnicodeToUtf8(nullptr, 2), nullptr);
+    const unsigned char unit[10242] = {'x'};
+    EXPECT_EQ(render->UnicodeToUtf8(unit, 0), nullptr);
+    EXPECT_EQ(render->UnicodeToUtf8(unit, 10241), nullptr) << "more than a segment";
+}
+
+TEST(ContentTest, LayoutOffsetsMapToBlocksAndBack) {
+    const std::u16string text = Novel(30000);
+    const auto render = OpenText(text);
+    EXPECT_EQ(render->UmdSetText(20, 0), 1);
+    ASSERT_EQ(render->UmdSetText(20, render->m_pBlockOffsets[2]), 1);
+    const int start = render->m_nStartOffset;
+    int block = -1;
+    int offset = -1;
+    for (int i = 2; i < 80; ++i) {
+        const int begin = render->m_pBlockOffsets[i] - start;
+        EXPECT_EQ(render->GetBlockInfo(begin, &block, &offset), 1);
+        EXPECT_EQ(block, 20 + i);
+        EXPECT_EQ(offset, 0);
+        EXPECT_EQ(render->GetBlockInfo(begin + 5, &block, &offset), 1);
+        EXPECT_EQ(block, 20 + i);
+        EXPECT_EQ(offset, 5);
+    }
+    block = offset = -9;
+    EXPECT_EQ(render->GetBlockInfo(render->m_pBlockOffsets[80] - start, &block, &offset), 0);
+    EXPECT_EQ(block + offset, -18);
+}
+
+TEST(ContentTest, OffsetOutsideTheTextOrInsideACharacterIsMended) {
+    const auto render = OpenText(std::u16string(200, u'字'));
+    const struct {
+        int offset, start;
+    } rows[] = {{3, 3},   {4, 3},   {5, 3},       {6, 6}, {599, 597},
+                {600, 0}, {601, 0}, {INT_MAX, 0}, {-1, 0}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(render->UmdSetText(0, row.offset), 1);
+        EXPECT_EQ(render->m_nStartOffset, row.start) << row.offset;
+        EXPECT_EQ(DrawText(*render).size(), static_cast<std::size_t>(600 - row.start));
+    }
+}
+
+TEST(ContentTest, ZeroUnitsInTheTextHideNothing) {
+    std::u16string text = u"one two";
+    text[3] = 0;
+    EXPECT_EQ(DrawText(*OpenText(text)), "one two");
+}
+
+// --- counting lines, on heights alone
+// -----------------------------------------------------------------
+
+class LineCountTest : public testing::Test {
+protected:
+    // A screen of 100 pixels.
+    void Show(std::vector<int> heights, unsigned int spacing = 0) {
+        layout = new LinesLayout(std::move(heights));
+        layout->SetLineSpacing(spacing);
+        render.Initialize(new CountedStream(TextBook(Novel(60000))), layout, path);
+        ASSERT_EQ(render.GotoPosition(0.5f), QV_S_OK);
+    }
+
+    ProbeRender render;
+    LinesLayout* layout = nullptr;
+};
+
+TEST_F(LineCountTest, LinesFitByTheirHeightsAndTheSpacingBetween) {
+    const struct {
+        std::vector<int> heights;
+        unsigned int spacing;
+        int next0, prevLast;
+    } rows[] = {{std::vector<int>(20, 20), 0, 5, 5},  {std::vector<int>(20, 20), 20, 3, 3},
+                {std::vector<int>(20, 20), 21, 2, 2}, {std::vector<int>(20, 101), 0, 0, 0},
+                {std::vector<int>(20, 100), 9, 1, 1}, {{60, 41, 10, 10, 81, 19, 1}, 0, 1, 2}};
+    for (const auto& row : rows) {
+        Show(row.heights, row.spacing);
+        const int last = static_cast<int>(row.heights.size()) - 1;
+        EXPECT_EQ(render.GetNextPageLineNum(0), row.next0);
+        EXPECT_EQ(render.GetPrevPageLineNum(last), std::min(row.prevLast, last));
+        EXPECT_EQ(render.GetNextPageLineNum(last + 1), 0);
+        EXPECT_EQ(render.GetPrevPageLineNum(0), 0);
+    }
+}
+
+TEST_F(LineCountTest, RoomForTextBeforeTheLayoutTextCallsForAnotherSegment) {
+    Show({20, 20, 20, 20, 20, 20});
+    EXPECT_EQ(render.GetPrevPageLineNum(4), 0) << "20 pixels left, where a line fits";
+    EXPECT_EQ(render.GetPrevPageLineNum(5), 5);
+    ASSERT_EQ(render.GotoPosition(0.0f), QV_S_OK);
+    EXPECT_EQ(render.GetPrevPageLineNum(4), 4) << "the book begins here";
+}
+
+TEST_F(LineCountTest, OffsetsFindTheLineAtOrBehindThem) {
+    Show(std::vector<int>(8, 20));
+    const struct {
+        int offset, line;
+    } rows[] = {{-5, 0}, {0, 0}, {1, 1}, {10, 1}, {51, 6}, {70, 7}, {71, 7}, {5000, 7}};
+    for (const auto& row : rows)
+        EXPECT_EQ(render.GetLineNumByOffset(row.offset), row.line) << row.offset;
+}
+
+TEST_F(LineCountTest, LayoutThatCannotAnswerFailsTheTurnAndMovesNothing) {
+    Show(std::vector<int>(30, 20));
+    ASSERT_EQ(render.GotoNextScreen(), QV_S_OK);
+    const int block = render.m_nFirstBlock;
+    for (const bool rect : {true, false}) {
+        (rect ? layout->reportsRect : layout->reportsSpacing) = false;
+        EXPECT_EQ(render.GetNextPageLineNum(0), -1);
+        EXPECT_EQ(render.GotoNextScreen(), QV_E_FAIL);
+        EXPECT_EQ(render.GotoPrevScreen(), QV_E_FAIL);
+        EXPECT_EQ(render.m_nCurLine, 5);
+        EXPECT_EQ(render.m_nFirstBlock, block);
+        layout->reportsRect = true;
+    }
+    layout->reportsSpacing = true;
+    layout->heights.clear();
+    EXPECT_EQ(render.GotoPosition(0.0f), QV_E_FAIL) << "no line table";
+    EXPECT_EQ(render.GotoNextScreen(), QV_E_FAIL);
+    layout->heights = {20};
+    DrawText(render);
+    EXPECT_EQ(render.m_nCurLine, 0) << "drawing loads text again";
+}
+
+} // namespace
