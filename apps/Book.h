@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "umd/CUMDHandler.h"
+
+namespace umdview {
+
+// The UMD handler hands out memory from malloc.
+struct FreeMemory {
+    void operator()(void* memory) const { std::free(memory); }
+};
+
+// One piece of the book's text, UTF-16LE bytes. Pieces may end inside a character.
+struct Chunk {
+    std::unique_ptr<unsigned char, FreeMemory> bytes; // null when the chunk is damaged
+    std::size_t size = 0;
+};
+
+// What a book says about itself, as UTF-8; empty where it says nothing.
+struct BookStrings {
+    using Text = std::optional<std::string>;
+    Text title, author, year, month, day, genre, publisher, vendor;
+};
+
+// A book as it lies in its file: descriptions and text, nothing laid out.
+class Book {
+public:
+    // Throws Failure, saying what is wrong with the file, when it has no text that could be read.
+    explicit Book(const std::string& path);
+
+    const std::string& Path() const { return m_sPath; }
+    BookStrings Strings() const;
+    int DeclaredBytes() const { return m_pHandler->GetContentLength(); }
+    int ChunkCount() const { return m_pHandler->GetChunkCount(); }
+
+    // Inflates chunk `index`, counted from 0. Nothing is kept: one chunk at a time is in memory.
+    Chunk ReadChunk(int index) const;
+
+private:
+    std::string m_sPath;
+    std::unique_ptr<QvFormat::CUMDHandler> m_pHandler;
+};
+
+// Throws Failure, with the system's reason, for what is no file with something in it that can be
+// read: the library reports one failure for everything it cannot open, and would wait at a pipe.
+void CheckFile(const std::string& path);
+
+// Names a damaged chunk, counted from 1 as people do.
+std::string DamagedChunk(int index, int count);
+
+// Finds out why the library refuses the book at `path`; throws Failure with the reason.
+[[noreturn]] void ExplainRefusal(const std::string& path);
+
+} // namespace umdview

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+namespace umdview {
+
+// umdview text: writes the book's text to standard output as UTF-8, chunk by chunk. `raw` keeps
+// paragraph separators; else each is written as a newline. A damaged chunk is told on standard
+// error and left out. Returns the exit status: 1 when a chunk was damaged.
+int RunText(const std::string& path, bool raw);
+
+} // namespace umdview
