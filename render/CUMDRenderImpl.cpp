@@ -197,9 +197,10 @@ QVRESULT CUMDRenderImpl::OpenBook(IQVSequentialStream* stream, ITextLayout* layo
     if (!m_pLayout || !CreatUmdNodeIndexList())
         return QV_E_FAIL;
     m_nContentLength = m_pUmdHandler->GetContentLength();
-    if (m_nContentLength <= 0 || m_nContentLength > INT_MAX - m_nBlockSize + 1)
+    const int roundUp = m_nBlockSize - 1;
+    if (m_nContentLength <= 0 || m_nContentLength > INT_MAX - roundUp)
         return QV_E_FAIL;
-    m_nBlockCount = (m_nContentLength + m_nBlockSize - 1) / m_nBlockSize;
+    m_nBlockCount = (m_nContentLength + roundUp) / m_nBlockSize;
     if (!m_nFontSize)
         m_pLayout->SetIndent(2 * kDefaultFontSize);
     else
