@@ -6,11 +6,14 @@
 #include <cstring>
 #include <new>
 
+#include "IBookInfoProxy.h"
 #include "base/CUtility.h"
 #include "base/Handles.h"
 #include "base/LittleEndian.h"
 #include "layout/CPangoLayout.h"
 #include "layout/PageCutter.h"
+#include "readingdata/CBookAnnotationImpl.h"
+#include "readingdata/CBookInfoManager.h"
 #include "render/CUmdCustomizer.h"
 
 namespace QvFormat {
@@ -18,8 +21,11 @@ namespace QvFormat {
 namespace {
 
 const char kFontDescription[] = "fzlth 18";
-constexpr unsigned int kDefaultFontSize = 18;
+constexpr int kDefaultFontSize = 18;
 constexpr int kUtf16UnitBytes = 2;
+
+// The id of the book's own records in its reading-data file.
+constexpr unsigned int kFileId = 0xFFFFFFFF;
 
 // The bytes of UTF-8 that one byte of UTF-16 can become are 1.5; room is offered for 2, and what is
 // left of 3 stays zero behind the text.
@@ -162,7 +168,7 @@ QVRESULT CUMDRenderImpl::Initialize(IQVSequentialStream* stream, ITextLayout* la
     if (!path)
         return QV_E_INVALIDARG;
     ReleaseBook();
-    const QVRESULT result = OpenBook(stream, layout);
+    const QVRESULT result = OpenBook(stream, layout, path);
     m_bInitialized = result == QV_S_OK;
     return result;
 }
@@ -185,11 +191,14 @@ void CUMDRenderImpl::ReleaseBook() {
     m_nSegmentBlocks = 0;
 }
 
-QVRESULT CUMDRenderImpl::OpenBook(IQVSequentialStream* stream, ITextLayout* layout) {
+QVRESULT CUMDRenderImpl::OpenBook(IQVSequentialStream* stream, ITextLayout* layout,
+                                  char const* path) {
     std::unique_ptr<IQVSequentialStream> ownedStream(stream);
     m_pLayout.reset(layout);
     if (!m_pBlockOffsets)
         return QV_E_OUTOFMEMORY;
+    OpenReadingData(path);
+    RestorePosition();
     m_pUmdHandler.reset(new (std::nothrow) CUMDHandler(stream));
     if (!m_pUmdHandler)
         return QV_E_FAIL;
@@ -201,10 +210,7 @@ QVRESULT CUMDRenderImpl::OpenBook(IQVSequentialStream* stream, ITextLayout* layo
     if (m_nContentLength <= 0 || m_nContentLength > INT_MAX - roundUp)
         return QV_E_FAIL;
     m_nBlockCount = (m_nContentLength + roundUp) / m_nBlockSize;
-    if (!m_nFontSize)
-        m_pLayout->SetIndent(2 * kDefaultFontSize);
-    else
-        m_pLayout->SetIndent(FirstLineIndent());
+    m_pLayout->SetIndent(m_nFontSize ? FirstLineIndent() : 2 * kDefaultFontSize);
     return QV_S_OK;
 }
 
@@ -551,9 +557,50 @@ QVRESULT CUMDRenderImpl::DrawCurScreen(QV_IMAGE image, int x, int y) {
 // --- the reading position
 // -------------------------------------------------------------------------
 
-void CUMDRenderImpl::WirteQvp() {
-    if (!m_pBookInfoEntity)
+// A book whose reading data cannot be opened or created is read all the same.
+void CUMDRenderImpl::OpenReadingData(char const* path) {
+    IBookInfoEntity* entity = nullptr;
+    CBookInfoManager::GetBookInfoEntity(path, &entity, 1);
+    m_pBookInfoEntity.reset(entity);
+}
+
+std::unique_ptr<IBookInfoProxy> CUMDRenderImpl::BookInfo() const {
+    IBookInfoProxy* proxy = nullptr;
+    if (m_pBookInfoEntity)
+        m_pBookInfoEntity->GetInfoProxy(&proxy, kFileId);
+    return std::unique_ptr<IBookInfoProxy>(proxy);
+}
+
+// The first drawing loads the segment at this place; whether the book has it shows there.
+void CUMDRenderImpl::RestorePosition() {
+    const std::unique_ptr<IBookInfoProxy> info = BookInfo();
+    if (!info)
         return;
+    IBookAnnotation* delivered = nullptr;
+    info->GetReadingBookmark(&delivered);
+    const std::unique_ptr<IBookAnnotation> bookmark(delivered);
+    if (!bookmark)
+        return;
+    unsigned int value = 0;
+    if (bookmark->GetBlockIndex(&value) == QV_S_OK)
+        m_nFirstBlock = static_cast<int>(value);
+    if (bookmark->GetOffset(&value) == QV_S_OK)
+        m_nStartOffset = static_cast<int>(value);
+}
+
+void CUMDRenderImpl::WirteQvp() {
+    const std::unique_ptr<IBookInfoProxy> info = BookInfo();
+    if (!info || !m_pLineTable)
+        return;
+    int block = 0;
+    int offset = 0;
+    GetBlockInfo(m_pLineTable[m_nCurLine].offset, &block, &offset);
+    CBookAnnotationImpl bookmark(QvAnnotationPosition);
+    if (bookmark.SetBlockIndex(static_cast<unsigned int>(block)) != QV_S_OK ||
+        bookmark.SetOffset(static_cast<unsigned int>(offset)) != QV_S_OK)
+        return;
+    if (info->SetReadingBookmark(&bookmark) == QV_S_OK)
+        m_pBookInfoEntity->Flush();
 }
 
 } // namespace QvFormat

@@ -10,6 +10,8 @@
 
 namespace QvFormat {
 
+class IBookInfoProxy;
+
 // The renderer of one UMD book.
 //
 // The book's text is UTF-16LE content, counted in blocks of 128 bytes. One segment of at most 80
@@ -72,7 +74,8 @@ public:
     // The first line that begins at or after a byte of the layout text, or the last line.
     int GetLineNumByOffset(int layoutOffset);
 
-    // Writes the position of the screen shown into the book's reading-data file.
+    // Writes the position of the screen shown into the book's reading-data file; nothing when no
+    // screen has been laid out. Called by the destructor and by Initialize, never by paging.
     void WirteQvp();
 
     // Font settings, see ITextCustomizer; null and empty names are ignored. Names and size are
@@ -87,7 +90,10 @@ public:
 
 protected:
     void ReleaseBook();
-    QVRESULT OpenBook(IQVSequentialStream* stream, ITextLayout* layout);
+    QVRESULT OpenBook(IQVSequentialStream* stream, ITextLayout* layout, char const* path);
+    void OpenReadingData(char const* path);
+    std::unique_ptr<IBookInfoProxy> BookInfo() const;
+    void RestorePosition();
     void SetFontName(std::unique_ptr<char[]>& field, char const* name);
     int FirstLineIndent() const;
 

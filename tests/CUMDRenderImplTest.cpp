@@ -31,13 +31,6 @@ public:
         ++alive;
     }
     ~CountedStream() override { --alive; }
-
-private:
-    static unsigned char* Copy(const umdbook::Bytes& bytes) {
-        auto* copy = static_cast<unsigned char*>(::operator new(bytes.size()));
-        std::memcpy(copy, bytes.data(), bytes.size());
-        return copy;
-    }
 };
 
 // Lines of 10 bytes and given heights, without fonts.

@@ -51,10 +51,14 @@ int TakeLoads(ProbeRender& render) {
     return std::exchange(static_cast<CountingLayout*>(render.m_pLayout.get())->loads, 0);
 }
 
-QvFormat::IQVSequentialStream* NewStream(const umdbook::Bytes& bytes) {
+unsigned char* Copy(const umdbook::Bytes& bytes) {
     auto* copy = static_cast<unsigned char*>(::operator new(bytes.size()));
     std::memcpy(copy, bytes.data(), bytes.size());
-    return new QvFormat::CMemoryStream(copy, static_cast<long>(bytes.size()));
+    return copy;
+}
+
+QvFormat::IQVSequentialStream* NewStream(const umdbook::Bytes& bytes) {
+    return new QvFormat::CMemoryStream(Copy(bytes), static_cast<long>(bytes.size()));
 }
 
 std::unique_ptr<ProbeRender> Open(const umdbook::Bytes& book, const ScreenSetup& setup) {

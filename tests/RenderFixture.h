@@ -54,7 +54,8 @@ struct ScreenSetup {
     std::string font = "fzlth 18";
 };
 
-// A stream on a copy of the bytes.
+// A copy that a memory stream may own, and a stream on one.
+unsigned char* Copy(const umdbook::Bytes& bytes);
 QvFormat::IQVSequentialStream* NewStream(const umdbook::Bytes& bytes);
 
 // A renderer of a book; null when it does not open.

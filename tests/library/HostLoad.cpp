@@ -1,5 +1,5 @@
-// A host that loads the library, draws, unloads it and starts over. It links nothing of it, finds the
-// factory by its published name and keeps to the interface.
+// A host that loads the library, draws, unloads it and starts over. It links nothing of it, finds
+// the factory by its published name and keeps to the interface.
 #include <cstdio>
 #include <vector>
 

@@ -1,0 +1,33 @@
+#include "readingdata/CBookInfoManager.h"
+
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "readingdata/CQvpFile.h"
+#include "readingdata/NewArray.h"
+
+namespace QvFormat {
+
+QVRESULT CBookInfoManager::GetBookInfoEntity(char const* bookPath, IBookInfoEntity** entity,
+                                             int create) {
+    if (!bookPath || !entity || !*bookPath)
+        return QV_E_INVALIDARG;
+    *entity = nullptr;
+    std::unique_ptr<CQvpFile> file(new (std::nothrow) CQvpFile);
+    if (!file)
+        return QV_E_FAIL;
+    constexpr char extension[] = ".qvp";
+    const std::size_t length = std::strlen(bookPath);
+    const std::unique_ptr<char[]> name = NewArray<char>(length + sizeof extension);
+    if (!name)
+        return QV_E_OUTOFMEMORY;
+    std::memcpy(name.get(), bookPath, length);
+    std::memcpy(name.get() + length, extension, sizeof extension);
+    if (file->Open(name.get(), create) != QV_S_OK)
+        return QV_E_FAIL;
+    *entity = file.release();
+    return QV_S_OK;
+}
+
+} // namespace QvFormat

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "IBookTagProxy.h"
+#include "readingdata/Qvp_Node.h"
+
+namespace QvFormat {
+
+class CQvpFile;
+
+// The tags of one file id in a container, which must outlive the proxy. A record holds up to 10.
+class UMDFORMAT_API CBookTagProxyImpl : public IBookTagProxy {
+public:
+    CBookTagProxyImpl(CQvpFile* file, unsigned int fileId);
+    ~CBookTagProxyImpl() override;
+
+    QVRESULT GetTagList(char*** tags, unsigned int* count) override;
+    QVRESULT SetTagList(char** tags, unsigned int count) override;
+
+protected:
+    // Asks the container for the list.
+    QVRESULT AttachList();
+    // 1 when the list has a record, else 0.
+    int AttachDataNode();
+    // A new record, not yet the container's; null when memory runs out.
+    Qvp_Node* CreateQvpNode();
+
+    CQvpFile* m_pFile;
+    unsigned int m_nFileId;
+    Qvp_Node* m_pList = nullptr; // the container's
+};
+
+static_assert(sizeof(void*) != 4 || sizeof(CBookTagProxyImpl) == 16);
+
+} // namespace QvFormat

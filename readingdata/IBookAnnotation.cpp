@@ -1,0 +1,7 @@
+#include "IBookAnnotation.h"
+
+namespace QvFormat {
+
+IBookAnnotation::~IBookAnnotation() = default;
+
+} // namespace QvFormat

@@ -1,0 +1,7 @@
+#include "IBookAnnotationProxy.h"
+
+namespace QvFormat {
+
+IBookAnnotationProxy::~IBookAnnotationProxy() = default;
+
+} // namespace QvFormat

@@ -1,0 +1,7 @@
+#include "IBookIndexProxy.h"
+
+namespace QvFormat {
+
+IBookIndexProxy::~IBookIndexProxy() = default;
+
+} // namespace QvFormat

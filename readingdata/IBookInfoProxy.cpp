@@ -1,0 +1,7 @@
+#include "IBookInfoProxy.h"
+
+namespace QvFormat {
+
+IBookInfoProxy::~IBookInfoProxy() = default;
+
+} // namespace QvFormat

@@ -1,0 +1,7 @@
+#include "IBookPathTableProxy.h"
+
+namespace QvFormat {
+
+IBookPathTableProxy::~IBookPathTableProxy() = default;
+
+} // namespace QvFormat

@@ -1,0 +1,7 @@
+#include "IBookTagProxy.h"
+
+namespace QvFormat {
+
+IBookTagProxy::~IBookTagProxy() = default;
+
+} // namespace QvFormat

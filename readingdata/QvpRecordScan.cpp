@@ -1,0 +1,28 @@
+#include "readingdata/QvpRecordScan.h"
+
+#include "base/LittleEndian.h"
+
+namespace QvFormat {
+
+bool QvpRecordScan::Take(const unsigned char* header, QvpRecord* record) {
+    const long room = m_nEnd - m_nPosition;
+    if (m_bCutOff || room < QvpFormat::RecordHeaderSize)
+        return false;
+    record->nOffset = m_nPosition;
+    record->nType = header[0];
+    record->nId = LoadLE32(header + QvpFormat::RecordIdAt);
+    record->nLength = LoadLE32(header + QvpFormat::RecordLengthAt);
+    record->bWhole =
+        record->nLength <= static_cast<unsigned long>(room - QvpFormat::RecordHeaderSize);
+    if (record->bWhole)
+        m_nPosition += QvpFormat::RecordHeaderSize + static_cast<long>(record->nLength);
+    else
+        m_bCutOff = true;
+    return true;
+}
+
+bool QvpRecordScan::Next(const unsigned char* image, QvpRecord* record) {
+    return m_nEnd - m_nPosition >= QvpFormat::RecordHeaderSize && Take(image + m_nPosition, record);
+}
+
+} // namespace QvFormat

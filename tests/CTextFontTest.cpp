@@ -1,0 +1,220 @@
+#include "layout/CTextFont.h"
+
+#include <algorithm>
+#include <climits>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <ft2build.h>
+#include FT_FREETYPE_H
+#include FT_MODULE_H
+#include FT_RENDER_H
+#include <gtest/gtest.h>
+
+namespace {
+
+const unsigned char kUntouched = 0x5a;
+using Pixels = std::vector<unsigned char>;
+
+// A font whose FreeType face the tests can ask themselves.
+class TestFont : public QvFormat::CTextFont {
+public:
+    bool Load(const char* name, unsigned int size) {
+        const auto path = std::filesystem::path(TEST_FONTS_CONF).replace_filename(name);
+        return LoadFont(path.c_str()) && SetFontSize(size);
+    }
+    const FT_GlyphSlotRec& Slot() const { return *m_pFace->glyph; }
+    using CTextFont::m_pFace;
+    using CTextFont::m_pLibrary;
+};
+
+// The pixel of FreeType's own glyph, 0 and 255 for a bit.
+unsigned char Ink(const FT_Bitmap& bitmap, long long x, long long y) {
+    const unsigned char* row = bitmap.buffer + y * bitmap.pitch;
+    if (bitmap.pixel_mode == FT_PIXEL_MODE_MONO)
+        return row[x / 8] & (0x80 >> x % 8) ? 255 : 0;
+    return row[x];
+}
+
+// Draws into a buffer that is not a byte larger than `rect` needs and checks each of its bytes.
+void ExpectDrawn(TestFont& font, QV_POINT pos, QV_RECT rect, unsigned int ch) {
+    const auto width = static_cast<unsigned int>(rect.right - rect.left);
+    const unsigned int stride = width + 3;
+    Pixels drawn(stride * static_cast<unsigned int>(rect.bottom - rect.top), kUntouched);
+    Pixels expected = drawn;
+    int advance = -99;
+    font.DrawCharImage(drawn.data(), stride, pos, rect, ch, &advance);
+    const FT_GlyphSlotRec& glyph = font.Slot();
+    const FT_Bitmap& bitmap = glyph.bitmap;
+    EXPECT_EQ(advance, glyph.advance.x >> 6);
+    const long long ascender = font.m_pFace->size->metrics.ascender >> 6;
+    for (std::size_t i = 0; i < drawn.size(); ++i) {
+        const long long x = 0LL + rect.left + i % stride - pos.x - glyph.bitmap_left;
+        const long long y = 1LL + rect.top + i / stride - pos.y - ascender + glyph.bitmap_top;
+        if (i % stride < width && x >= 0 && x < bitmap.width && y >= 0 && y < bitmap.rows)
+            expected[i] = Ink(bitmap, x, y);
+    }
+    EXPECT_EQ(drawn, expected) << pos.x << ',' << pos.y << " in " << rect.left << ',' << rect.top
+                               << ' ' << rect.right << ',' << rect.bottom;
+}
+
+TEST(CTextFontTest, NoFontLoadedAnswersMinusOneAndWritesNothing) {
+    TestFont font;
+    const auto expectEmpty = [&font] {
+        unsigned char pixel = kUntouched;
+        int advance = -99;
+        font.DrawCharImage(&pixel, 1, {0, -8}, {0, 0, 1, 1}, 'g', &advance);
+        const int answers[] = {font.GetAscender(),     font.GetDescender(),    font.GetLineHeight(),
+                               font.GetMaxCharWidth(), font.GetCharWidth('g'), -advance / 99 - 2};
+        for (int answer : answers)
+            EXPECT_EQ(answer, -1);
+        EXPECT_EQ(font.SetFontSize(16), 0);
+        EXPECT_EQ(pixel, kUntouched);
+    };
+    expectEmpty();
+    for (const char* refused :
+         {"", "/", "/nonexistent.ttf", TEST_FONTS_CONF, static_cast<const char*>(nullptr)}) {
+        ASSERT_TRUE(font.Load("DejaVuSans.ttf", 16));
+        const FT_Library library = font.m_pLibrary.get();
+        EXPECT_EQ(font.LoadFont(refused), 0);
+        expectEmpty();
+        EXPECT_EQ(font.m_pFace != nullptr, refused == nullptr);
+        EXPECT_EQ(font.m_pLibrary.get(), library);
+    }
+}
+
+TEST(CTextFontTest, MetricsAreFreeTypesRoundedDownAndRefusedSizesChangeNone) {
+    TestFont font;
+    for (const char* name : {"DejaVuSans.ttf", "DejaVuSerif.ttf", "uming.ttc"}) {
+        for (unsigned int size : {1u, 13u, 18u, 37u}) {
+            ASSERT_TRUE(font.Load(name, size));
+            FT_Size_Metrics& metrics = font.m_pFace->size->metrics;
+            const FT_Fixed scale = metrics.y_scale;
+            for (unsigned int refused : {65536u, 1u << 26, UINT_MAX})
+                EXPECT_EQ(font.SetFontSize(refused), 0) << refused;
+            EXPECT_EQ(metrics.y_ppem, size);
+            EXPECT_EQ(metrics.y_scale, scale);
+            EXPECT_EQ(font.GetAscender(), metrics.ascender / 64);
+            EXPECT_EQ(font.GetLineHeight(), metrics.height / 64);
+            EXPECT_EQ(font.GetMaxCharWidth(), metrics.max_advance / 64);
+            EXPECT_EQ(font.GetDescender(), metrics.descender / 64);
+            metrics.descender = -4 * 64 - 32; // these fonts have whole pixels only
+            EXPECT_EQ(font.GetDescender(), -5);
+            const int width = font.GetCharWidth('m');
+            ASSERT_EQ(FT_Load_Char(font.m_pFace.get(), 'm', FT_LOAD_DEFAULT), 0);
+            EXPECT_EQ(width, font.Slot().advance.x / 64);
+        }
+    }
+}
+
+TEST(CTextFontTest, GlyphIsCopiedOneRowUpAndClippedToTheRectangleAnywhere) {
+    const struct {
+        const char* font;
+        unsigned int size, ch;
+        int pixelMode;
+    } glyphs[] = {{"DejaVuSans.ttf", 24, 'g', FT_PIXEL_MODE_GRAY},
+                  {"uming.ttc", 13, 0x5b57, FT_PIXEL_MODE_MONO}, // embedded one-bit glyphs
+                  {"uming.ttc", 16, 0x5b57, FT_PIXEL_MODE_MONO},
+                  {"DejaVuSans.ttf", 24, ' ', FT_PIXEL_MODE_GRAY}};
+    for (const auto& glyph : glyphs) {
+        TestFont font;
+        ASSERT_TRUE(font.Load(glyph.font, glyph.size));
+        font.GetCharWidth(glyph.ch);
+        ASSERT_EQ(font.Slot().bitmap.pixel_mode, glyph.pixelMode);
+        for (int corner : {0, -1000, INT_MIN + 40, INT_MAX - 40}) {
+            // Windows of 1 to 40 pixels over, across, beside and inside a glyph of about 20.
+            for (int left : {-40, -1, 0, 2, 9, 14, 39})
+                for (int top : {-40, -1, 0, 7, 12, 39})
+                    for (int size : {1, 5, 40})
+                        ExpectDrawn(font, {corner, corner},
+                                    {corner + left, corner + top,
+                                     corner + std::min(left + size, 40),
+                                     corner + std::min(top + size, 40)},
+                                    glyph.ch);
+        }
+        // A box that would reach the other end of the coordinates if they went round.
+        ExpectDrawn(font, {5, INT_MAX}, {0, INT_MIN, 30, INT_MIN + 30}, glyph.ch);
+        ExpectDrawn(font, {INT_MAX, 5}, {INT_MIN, 0, INT_MIN + 30, 30}, glyph.ch);
+        unsigned char pixel = kUntouched;
+        int advance = -99; // rectangles that hold nothing, and missing places to write to
+        for (QV_RECT none : {QV_RECT{9, 9, 0, 0}, {INT_MAX, INT_MAX, INT_MIN, INT_MIN}})
+            font.DrawCharImage(&pixel, 1, {0, 0}, none, glyph.ch, &advance);
+        font.DrawCharImage(nullptr, 9, {0, 0}, {0, 0, 9, 9}, glyph.ch, nullptr);
+        EXPECT_EQ(advance, font.GetCharWidth(glyph.ch));
+        EXPECT_EQ(pixel, kUntouched);
+    }
+}
+
+// A renderer that hands out whatever bitmap a test wants, for forms that no font here has.
+FT_GlyphSlotRec wanted;
+FT_Error wantedError;
+
+FT_Error RenderWanted(FT_Renderer, FT_GlyphSlot slot, FT_Render_Mode, const FT_Vector*) {
+    slot->format = FT_GLYPH_FORMAT_BITMAP;
+    slot->bitmap = wanted.bitmap;
+    slot->bitmap_left = wanted.bitmap_left;
+    slot->bitmap_top = wanted.bitmap_top;
+    return wantedError;
+}
+
+int NewRaster(void*, FT_Raster*) {
+    return 0;
+}
+
+void DoneRaster(FT_Raster) {}
+
+// FreeType keeps its own record of the renderer in the module's memory, 1024 bytes hold it easily.
+FT_Raster_Funcs raster = {
+    FT_GLYPH_FORMAT_OUTLINE, NewRaster, nullptr, nullptr, nullptr, DoneRaster};
+const FT_Module_Class kModule = {
+    FT_MODULE_RENDERER, 1024, "wanted", 0x10000, 0x20000, nullptr, nullptr, nullptr, nullptr};
+const FT_Renderer_Class kRenderer = {
+    kModule, FT_GLYPH_FORMAT_OUTLINE, RenderWanted, nullptr, nullptr, nullptr, &raster};
+
+TEST(CTextFontTest, BitmapOfAnyPixelModeAndRowOrderIsNeverMisread) {
+    const struct {
+        unsigned char mode;
+        int pitch;
+        Pixels row, expected; // five pixels; a row without ink follows
+    } forms[] = {{FT_PIXEL_MODE_MONO, 1, {0xb7}, {255, 0, 255, 255, 0}},
+                 {FT_PIXEL_MODE_GRAY2, 2, {0x1b, 0x40}, {0, 85, 170, 255, 85}},
+                 {FT_PIXEL_MODE_GRAY4, 3, {0x0f, 0x80, 0x7f}, {0, 255, 136, 0, 119}},
+                 {FT_PIXEL_MODE_GRAY, 6, {1, 2, 3, 4, 5, 0}, {1, 2, 3, 4, 5}},
+                 {FT_PIXEL_MODE_LCD, 15, {}, Pixels(10, kUntouched)},
+                 {FT_PIXEL_MODE_BGRA, 20, {}, Pixels(10, kUntouched)}};
+    TestFont font;
+    ASSERT_TRUE(font.Load("DejaVuSans.ttf", 16));
+    const FT_Library library = font.m_pLibrary.get();
+    ASSERT_EQ(FT_Add_Module(library, &kRenderer.root), 0);
+    const auto renderer = reinterpret_cast<FT_Renderer>(FT_Get_Module(library, "wanted"));
+    ASSERT_EQ(FT_Set_Renderer(library, renderer, 0, nullptr), 0);
+    for (const auto& form : forms) {
+        Pixels expected = form.expected, bytes = form.row, drawn(10, kUntouched);
+        expected.resize(10);
+        bytes.resize(static_cast<std::size_t>(2 * form.pitch));
+        wanted.bitmap = {2, 5, form.pitch, bytes.data(), 256, form.mode, 0, nullptr};
+        wanted.bitmap_left = wanted.bitmap_top = INT_MIN; // far off, but 0, 0 if it went round
+        font.DrawCharImage(drawn.data(), 5, {INT_MIN, INT_MAX - font.GetAscender() + 2},
+                           {0, 0, 5, 2}, 'g', nullptr);
+        EXPECT_EQ(drawn, Pixels(10, kUntouched));
+        wanted.bitmap_left = 3;
+        wanted.bitmap_top = font.GetAscender() - 1;
+        for (int topDown : {1, 0}) {
+            font.DrawCharImage(drawn.data(), 5, {-3, 0}, {0, 0, 5, 2}, 'g', nullptr);
+            EXPECT_EQ(drawn, expected) << int(form.mode) << ' ' << topDown;
+            font.DrawCharImage(drawn.data(), 1, {-3, 0}, {3, 0, 4, 2}, 'g', nullptr);
+            EXPECT_EQ(drawn[0], expected[3]) << int(form.mode) << ' ' << topDown;
+            wanted.bitmap.pitch = -form.pitch;
+            std::rotate(expected.begin(), expected.begin() + 5, expected.end());
+        }
+    }
+    wantedError = FT_Err_Raster_Overflow;
+    int advance = -99;
+    font.DrawCharImage(nullptr, 5, {0, 0}, {0, 0, 5, 2}, 'g', &advance);
+    EXPECT_EQ(advance, -99);
+    EXPECT_EQ(font.GetCharWidth('g'), font.GetMaxCharWidth());
+    EXPECT_GT(font.GetMaxCharWidth(), 0);
+}
+
+} // namespace

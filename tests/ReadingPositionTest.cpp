@@ -1,0 +1,172 @@
+// A book reopens where it was left: what the renderer keeps beside it, and when.
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "IBookAnnotation.h"
+#include "IBookInfoProxy.h"
+#include "RenderFixture.h"
+#include "readingdata/CBookAnnotationImpl.h"
+#include "readingdata/CBookInfoManager.h"
+
+using namespace QvFormat;
+using namespace fixture;
+
+namespace {
+
+constexpr unsigned int kFileId = 0xFFFFFFFF;
+
+class ReadingPositionTest : public testing::Test {
+protected:
+    ReadingPositionTest() {
+        std::string name = testing::TempDir() + "positionXXXXXX";
+        folder = mkdtemp(name.data());
+        path = folder + "/book.umd";
+    }
+    ~ReadingPositionTest() override {
+        std::remove(DataFile().c_str());
+        std::remove(folder.c_str());
+    }
+
+    std::string DataFile() const { return path + ".qvp"; }
+
+    std::string DataBytes() const {
+        std::ifstream file(DataFile(), std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    }
+
+    std::unique_ptr<ProbeRender> Reopen(const umdbook::Bytes& bytes) {
+        auto render = std::make_unique<ProbeRender>();
+        EXPECT_EQ(render->Initialize(NewStream(bytes), NewLayout(), path.data()), QV_S_OK);
+        return render;
+    }
+
+    static CountingLayout* NewLayout() { return new CountingLayout("fzlth 18", 600, 800, 72, 72); }
+
+    void Save(unsigned int block, unsigned int offset) {
+        IBookInfoEntity* entity = nullptr;
+        ASSERT_EQ(CBookInfoManager::GetBookInfoEntity(path.c_str(), &entity, 1), QV_S_OK);
+        const std::unique_ptr<IBookInfoEntity> owner(entity);
+        IBookInfoProxy* proxy = nullptr;
+        entity->GetInfoProxy(&proxy, kFileId);
+        const std::unique_ptr<IBookInfoProxy> info(proxy);
+        CBookAnnotationImpl bookmark(QvAnnotationPosition);
+        bookmark.SetBlockIndex(block);
+        bookmark.SetOffset(offset);
+        EXPECT_EQ(info->SetReadingBookmark(&bookmark), QV_S_OK);
+    }
+
+    std::string folder;
+    std::string path;
+    const umdbook::Bytes novel = [] {
+        umdbook::Book book;
+        book.chapters.push_back({u"", Novel(2000000)});
+        return umdbook::WriteBook(book);
+    }();
+};
+
+// A screen's text and, to tell it from one that begins alike, where it begins.
+std::string Begin(ProbeRender& render) {
+    int block = -1;
+    int offset = -1;
+    render.GetBlockInfo(render.m_pLineTable[render.m_nCurLine].offset, &block, &offset);
+    return std::to_string(block) + ":" + std::to_string(offset);
+}
+
+TEST_F(ReadingPositionTest, EveryTenthScreenReopensWithItsFirstCharacter) {
+    auto render = Reopen(novel);
+    DrawText(*render);
+    int screens = 1;
+    for (; render->GotoNextScreen() == QV_S_OK; ++screens) {
+        if (screens % 10)
+            continue;
+        const std::string text = DrawText(*render);
+        const std::string begin = Begin(*render);
+        if (screens % 20)
+            render->SetFontSize(static_cast<unsigned int>(10 + screens % 17)); // closed undrawn
+        render.reset();
+        render = Reopen(novel);
+        ASSERT_EQ(DrawText(*render), text) << "screen " << screens;
+        ASSERT_EQ(Begin(*render), begin) << "screen " << screens;
+    }
+    EXPECT_GT(screens, 400);
+}
+
+TEST_F(ReadingPositionTest, LastScreenReopensAsItWas) {
+    auto render = Reopen(novel);
+    render->GotoPosition(1.0f);
+    while (render->GotoNextScreen() == QV_S_OK) {
+    }
+    const std::string text = DrawText(*render);
+    render.reset();
+    EXPECT_EQ(DrawText(*Reopen(novel)), text);
+}
+
+TEST_F(ReadingPositionTest, BookReleasedWithoutDrawingKeepsItsPlace) {
+    Reopen(novel);
+    EXPECT_EQ(DataBytes(), std::string("QVP\1\0", 5)) << "made at the first opening, empty";
+    Save(700, 40);
+    const std::string saved = DataBytes();
+    Reopen(novel);
+    EXPECT_EQ(DataBytes(), saved);
+    const auto render = Reopen(novel);
+    EXPECT_EQ(render->m_nFirstBlock, 700);
+    EXPECT_EQ(render->m_nStartOffset, 40);
+}
+
+TEST_F(ReadingPositionTest, PagingDoesNotWriteAndASecondBookDoes) {
+    auto render = Reopen(novel);
+    const std::string before = DataBytes();
+    render->GotoPosition(0.5f);
+    render->GotoNextScreen();
+    EXPECT_EQ(DataBytes(), before);
+    const std::string begin = Begin(*render);
+    std::string other = folder + "/other.umd";
+    EXPECT_EQ(render->Initialize(NewStream(novel), NewLayout(), other.data()), QV_S_OK);
+    DrawText(*render);
+    EXPECT_EQ(Begin(*render), "0:0");
+    render.reset();
+    std::remove((other + ".qvp").c_str());
+    const auto again = Reopen(novel);
+    DrawText(*again);
+    EXPECT_EQ(Begin(*again), begin);
+}
+
+// What a damaged or foreign file may hold never keeps the book from being read.
+TEST_F(ReadingPositionTest, SavedPlaceOutsideTheBookIsLeftByAJump) {
+    for (const unsigned int block : {15625u, 0x7fffffffu, 0x80000000u, 0xffffffffu}) {
+        Save(block, 0);
+        auto render = Reopen(novel);
+        EXPECT_EQ(DrawText(*render), "");
+        EXPECT_EQ(render->GotoNextScreen(), QV_E_FAIL);
+        EXPECT_EQ(render->GotoPrevScreen(), QV_E_FAIL);
+        EXPECT_EQ(render->GotoPosition(0.25f), QV_S_OK);
+        render.reset();
+        EXPECT_EQ(Reopen(novel)->m_nFirstBlock, 3906);
+    }
+    for (const unsigned int offset : {20000u, 0x80000000u}) {
+        Save(33, offset);
+        const auto render = Reopen(novel);
+        DrawText(*render);
+        EXPECT_EQ(Begin(*render), "33:0") << offset;
+    }
+}
+
+TEST_F(ReadingPositionTest, FileThatCannotBeUsedDoesNotKeepTheBookFromBeingRead) {
+    std::ofstream(DataFile()) << "not reading data";
+    auto render = Reopen(novel);
+    EXPECT_NE(DrawText(*render), "");
+    EXPECT_EQ(render->GotoNextScreen(), QV_S_OK);
+    render.reset();
+    EXPECT_EQ(DataBytes(), "not reading data");
+    std::string nowhere = folder + "/missing/book.umd";
+    ProbeRender reader;
+    EXPECT_EQ(reader.Initialize(NewStream(novel), NewLayout(), nowhere.data()), QV_S_OK);
+    EXPECT_NE(DrawText(reader), "");
+}
+
+} // namespace
