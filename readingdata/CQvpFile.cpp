@@ -428,9 +428,11 @@ QVRESULT CQvpFile::UpdateFile() {
     const FilePtr file(OpenUnbuffered(m_pszPath.get(), "r+b"));
     if (!file)
         return QV_E_FAIL;
+    const bool bChanged = HasNode(IsUnsaved);
     SaveQvpNodeToFile(file.get(), m_pPathTableList, 0, 1);
     SaveChangesToFile(file.get(), m_pFileDataList, 0, 1);
-    fsync(fileno(file.get()));
+    if (bChanged)
+        fsync(fileno(file.get()));
     return QV_S_OK;
 }
 

@@ -39,21 +39,20 @@ unsigned char Ink(const FT_Bitmap& bitmap, long long x, long long y) {
 
 // Draws into a buffer that is not a byte larger than `rect` needs and checks each of its bytes.
 void ExpectDrawn(TestFont& font, QV_POINT pos, QV_RECT rect, unsigned int ch) {
-    const auto width = static_cast<unsigned int>(rect.right - rect.left);
-    const unsigned int stride = width + 3;
-    Pixels drawn(stride * static_cast<unsigned int>(rect.bottom - rect.top), kUntouched);
+    const int width = rect.right - rect.left, stride = width + 3;
+    Pixels drawn(static_cast<std::size_t>(stride * (rect.bottom - rect.top)), kUntouched);
     Pixels expected = drawn;
     int advance = -99;
-    font.DrawCharImage(drawn.data(), stride, pos, rect, ch, &advance);
+    font.DrawCharImage(drawn.data(), static_cast<unsigned int>(stride), pos, rect, ch, &advance);
     const FT_GlyphSlotRec& glyph = font.Slot();
     const FT_Bitmap& bitmap = glyph.bitmap;
     EXPECT_EQ(advance, glyph.advance.x >> 6);
     const long long ascender = font.m_pFace->size->metrics.ascender >> 6;
-    for (std::size_t i = 0; i < drawn.size(); ++i) {
+    for (int i = 0; i < static_cast<int>(drawn.size()); ++i) {
         const long long x = 0LL + rect.left + i % stride - pos.x - glyph.bitmap_left;
         const long long y = 1LL + rect.top + i / stride - pos.y - ascender + glyph.bitmap_top;
         if (i % stride < width && x >= 0 && x < bitmap.width && y >= 0 && y < bitmap.rows)
-            expected[i] = Ink(bitmap, x, y);
+            expected[static_cast<std::size_t>(i)] = Ink(bitmap, x, y);
     }
     EXPECT_EQ(drawn, expected) << pos.x << ',' << pos.y << " in " << rect.left << ',' << rect.top
                                << ' ' << rect.right << ',' << rect.bottom;
@@ -133,7 +132,10 @@ TEST(CTextFontTest, GlyphIsCopiedOneRowUpAndClippedToTheRectangleAnywhere) {
                                      corner + std::min(top + size, 40)},
                                     glyph.ch);
         }
-        // A box that would reach the other end of the coordinates if they went round.
+        // Boxes across and beyond the largest coordinate, which comes out at the other end if it
+        // goes round.
+        const QV_RECT last = {INT_MAX - 30, INT_MAX - 30, INT_MAX, INT_MAX};
+        ExpectDrawn(font, {INT_MAX - 5, INT_MAX - 15}, last, glyph.ch);
         ExpectDrawn(font, {5, INT_MAX}, {0, INT_MIN, 30, INT_MIN + 30}, glyph.ch);
         ExpectDrawn(font, {INT_MAX, 5}, {INT_MIN, 0, INT_MIN + 30, 30}, glyph.ch);
         unsigned char pixel = kUntouched;
@@ -192,7 +194,7 @@ TEST(CTextFontTest, BitmapOfAnyPixelModeAndRowOrderIsNeverMisread) {
     for (const auto& form : forms) {
         Pixels expected = form.expected, bytes = form.row, drawn(10, kUntouched);
         expected.resize(10);
-        bytes.resize(static_cast<std::size_t>(2 * form.pitch));
+        bytes.resize(2 * static_cast<std::size_t>(form.pitch));
         wanted.bitmap = {2, 5, form.pitch, bytes.data(), 256, form.mode, 0, nullptr};
         wanted.bitmap_left = wanted.bitmap_top = INT_MIN; // far off, but 0, 0 if it went round
         font.DrawCharImage(drawn.data(), 5, {INT_MIN, INT_MAX - font.GetAscender() + 2},

@@ -156,7 +156,7 @@ TEST(RendererTest, InitializeOwnsWhatItAccepted) {
         {"no layout", good, false, QV_E_FAIL},
         {"not a book", umdbook::Bytes(20, 'x'), true, QV_E_FAIL},
         {"no text", TextBook(u""), true, QV_E_FAIL},
-        {"broken chunk", TextBook(u"x", {2, false, false, false, -5}), true, QV_E_FAIL},
+        {"negative length", TextBook(u"x", {2, false, false, false, -5}), true, QV_E_FAIL},
         {"length near 2 GiB", TextBook(u"x", {2, false, false, false, INT_MAX - 126}), true,
          QV_E_FAIL},
         {"length below 2 GiB", TextBook(u"x", {2, false, false, false, INT_MAX - 127}), true,
@@ -214,8 +214,7 @@ TEST(FactoryTest, OpensAFileAndRefusesWhatIsNoBook) {
     std::remove((file + ".qvp").c_str());
 }
 
-// --- from chunks to text
-// ----------------------------------------------------------------------------
+// --- from chunks to text ------------------------------------------------------------------------
 
 TEST(ContentTest, SegmentsCoverTheBookWhateverTheChunks) {
     const struct {
@@ -311,14 +310,7 @@ TEST(ContentTest, OffsetOutsideTheTextOrInsideACharacterIsMended) {
     }
 }
 
-TEST(ContentTest, ZeroUnitsInTheTextHideNothing) {
-    std::u16string text = u"one two";
-    text[3] = 0;
-    EXPECT_EQ(DrawText(*OpenText(text)), "one two");
-}
-
-// --- counting lines, on heights alone
-// -----------------------------------------------------------------
+// --- counting lines, on heights alone -----------------------------------------------------------
 
 class LineCountTest : public testing::Test {
 protected:

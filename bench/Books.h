@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace bench {
+
+// Books made of the samples, in a folder of their own that goes with the object.
+class Books {
+public:
+    Books();
+    ~Books();
+    Books(const Books&) = delete;
+    Books& operator=(const Books&) = delete;
+
+    // A book with `utf16Bytes` of text, both samples over and over or the beginning of the first.
+    // Returns its path. Throws std::runtime_error when it cannot be written.
+    std::string Make(std::size_t utf16Bytes, bool chapterTable = true) const;
+
+private:
+    std::string m_sFolder;
+};
+
+} // namespace bench
