@@ -73,6 +73,11 @@ BookStrings Book::Strings() const {
     return strings;
 }
 
+std::int64_t Book::BlockCount() const {
+    const std::int64_t bytes = DeclaredBytes();
+    return bytes > 0 ? (bytes + blockBytes - 1) / blockBytes : 0;
+}
+
 Chunk Book::ReadChunk(int index) const {
     Chunk chunk;
     int size = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -9,6 +10,9 @@
 #include "umd/CUMDHandler.h"
 
 namespace umdview {
+
+// The library cuts the text into blocks of this many bytes; places in a book are told in blocks.
+constexpr int blockBytes = 128;
 
 // The UMD handler hands out memory from malloc.
 struct FreeMemory {
@@ -36,6 +40,7 @@ public:
     const std::string& Path() const { return m_sPath; }
     BookStrings Strings() const;
     int DeclaredBytes() const { return m_pHandler->GetContentLength(); }
+    std::int64_t BlockCount() const; // by the declared length, as the library counts
     int ChunkCount() const { return m_pHandler->GetChunkCount(); }
 
     // Inflates chunk `index`, counted from 0. Nothing is kept: one chunk at a time is in memory.

@@ -1,5 +1,7 @@
 #include "InfoCommand.h"
 
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
 
 #include <nlohmann/json.hpp>
@@ -7,6 +9,7 @@
 #include "Book.h"
 #include "Failure.h"
 #include "Output.h"
+#include "SavedPlace.h"
 #include "TextSurvey.h"
 
 namespace umdview {
@@ -15,14 +18,40 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// The renderer counts blocks by the declared length.
-std::int64_t BlockCount(const Book& book) {
-    const std::int64_t bytes = book.DeclaredBytes();
-    return bytes > 0 ? (bytes + blockBytes - 1) / blockBytes : 0;
-}
-
 Json ToJson(const BookStrings::Text& text) {
     return text ? Json(*text) : Json(nullptr);
+}
+
+// How far a place is into the book, in percent with one decimal; none outside of the book.
+std::optional<double> Percent(const Place& place, const Book& book) {
+    if (place.block >= book.BlockCount())
+        return std::nullopt;
+    const auto last = static_cast<double>(std::max<std::int64_t>(book.BlockCount() - 1, 1));
+    return std::round(place.block / last * 1000) / 10;
+}
+
+Json PlaceToJson(const Book& book) {
+    const std::optional<Place> place = ReadPlace(book.Path());
+    if (!place)
+        return nullptr;
+    const std::optional<double> percent = Percent(*place, book);
+    return {{"percent", percent ? Json(*percent) : Json(nullptr)},
+            {"block", place->block},
+            {"offset", place->offset}};
+}
+
+// "37.5 % (block 1024)"
+std::string PlaceToText(const Book& book) {
+    const std::optional<Place> place = ReadPlace(book.Path());
+    if (!place)
+        return "-";
+    const std::string block = "block " + std::to_string(place->block);
+    const std::optional<double> percent = Percent(*place, book);
+    if (!percent)
+        return block + ", which is outside of the book";
+    char number[16];
+    std::snprintf(number, sizeof(number), "%.1f", *percent);
+    return number + (" % (" + block + ")");
 }
 
 Json ToJson(const Book& book, const TextSurvey& survey) {
@@ -43,31 +72,17 @@ Json ToJson(const Book& book, const TextSurvey& survey) {
     json["actualBytes"] = survey.Bytes();
     json["actualCharacters"] = survey.Characters();
     json["lengthsAgree"] = book.DeclaredBytes() == survey.Bytes();
-    json["blocks"] = BlockCount(book);
+    json["blocks"] = book.BlockCount();
     json["blockBytes"] = blockBytes;
+    json["place"] = PlaceToJson(book);
     json["warnings"] = survey.Warnings();
     return json;
-}
-
-// A book's strings come from anywhere: control characters must not reach the terminal.
-std::string WithoutControls(std::string text) {
-    for (char& character : text) {
-        if (static_cast<unsigned char>(character) < 0x20 || character == 0x7F)
-            character = ' ';
-    }
-    // U+0080 to U+009F, which are C2 80 to C2 9F in UTF-8.
-    for (std::size_t at = text.find('\xC2'); at != std::string::npos;
-         at = text.find('\xC2', at + 1)) {
-        if (at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) < 0xA0)
-            text.replace(at, 2, "  ");
-    }
-    return text;
 }
 
 std::string Line(const std::string& name, const std::string& value) {
     std::string line = name + ":";
     line.resize(12, ' ');
-    return line + WithoutControls(value) + "\n";
+    return line + ForTerminal(value) + "\n";
 }
 
 std::string Line(const std::string& name, const BookStrings::Text& text) {
@@ -93,8 +108,9 @@ std::string ToLines(const Book& book, const TextSurvey& survey) {
            Line("Declared", std::to_string(book.DeclaredBytes()) + " bytes of text") +
            Line("Actual", std::to_string(survey.Bytes()) + " bytes of text, " +
                               std::to_string(survey.Characters()) + " characters") +
-           Line("Blocks",
-                std::to_string(BlockCount(book)) + " of " + std::to_string(blockBytes) + " bytes");
+           Line("Blocks", std::to_string(book.BlockCount()) + " of " + std::to_string(blockBytes) +
+                              " bytes") +
+           Line("Place", PlaceToText(book));
 }
 
 } // namespace

@@ -27,4 +27,18 @@ void FlushOut() {
         StopWriting(errno);
 }
 
+std::string ForTerminal(std::string text) {
+    for (char& character : text) {
+        if (static_cast<unsigned char>(character) < 0x20 || character == 0x7F)
+            character = ' ';
+    }
+    // U+0080 to U+009F, which are C2 80 to C2 9F in UTF-8.
+    for (std::size_t at = text.find('\xC2'); at != std::string::npos;
+         at = text.find('\xC2', at + 1)) {
+        if (at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) < 0xA0)
+            text.replace(at, 2, "  ");
+    }
+    return text;
+}
+
 } // namespace umdview

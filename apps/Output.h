@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace umdview {
@@ -10,5 +11,8 @@ struct OutputClosed {};
 // Write to standard output; throw OutputClosed, or Failure when it cannot be written.
 void WriteOut(std::string_view text);
 void FlushOut();
+
+// Text from a file, with control characters blanked: they must not reach the terminal.
+std::string ForTerminal(std::string text);
 
 } // namespace umdview

@@ -11,11 +11,12 @@ namespace umdview {
 
 using namespace QvFormat;
 
-Reader::Reader(const std::string& path) : m_sPath(path) {
+Reader::Reader(const std::string& path, const std::string& openBy) : m_sPath(path) {
     CheckFile(path);
     IFormatRender* renderer = nullptr;
-    const QVRESULT result = CreateFormatRenderInstance(path.c_str(), &renderer);
-    m_pRenderer.reset(renderer); // ours from here on; deleting it closes the book
+    const QVRESULT result = CreateFormatRenderInstance(openBy.c_str(), &renderer);
+    m_pRenderer.reset(
+        renderer); // ours from here on; deleting it saves the place and closes the book
     if (result == QV_E_OUTOFMEMORY)
         throw std::bad_alloc();
     if (result != QV_S_OK)

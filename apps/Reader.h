@@ -11,8 +11,9 @@ namespace umdview {
 // One book open for reading: what an application does with the library, and nothing else.
 class Reader {
 public:
+    // Opens the book at `path` by the name `openBy`, beside which the library keeps the place.
     // Throws Failure, saying what is wrong with the file, when the library refuses it.
-    explicit Reader(const std::string& path);
+    Reader(const std::string& path, const std::string& openBy);
 
     void SetScreenSize(unsigned int width, unsigned int height);
     void SetFontSize(unsigned int size);
@@ -24,7 +25,8 @@ public:
     // Shows the next screen; false when there is none, or when its text is damaged.
     bool TurnPage();
 
-    // Draws the screen shown into `image`, dark ink on white.
+    // Draws the screen shown into `image`, dark ink on white. Until a screen is shown by GoTo, the
+    // library begins at the saved place.
     void Draw(Image& image);
 
 private:

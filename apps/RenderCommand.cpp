@@ -1,15 +1,22 @@
 #include "RenderCommand.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
+#include <optional>
+
+#include <unistd.h>
 
 #include "Book.h"
+#include "BookLink.h"
 #include "Failure.h"
 #include "Output.h"
 #include "Progress.h"
 #include "Reader.h"
+#include "SavedPlace.h"
 #include "TextSurvey.h"
 
 namespace umdview {
@@ -39,11 +46,21 @@ void ReportDamage(const std::string& book, const TextSurvey& survey) {
         Report(book, "damaged: " + warning);
 }
 
-void OpenAt(Reader& reader, const RenderOptions& options) {
+// The saved place, unless the book does not have it, as when another book lay there before.
+std::optional<Place> PlaceToResume(const RenderOptions& options) {
+    const std::optional<Place> place = ReadPlace(options.book);
+    if (!place || place->block < Book(options.book).BlockCount())
+        return place;
+    Report(options.book, "the saved place is outside of the book: beginning at the start");
+    return std::nullopt;
+}
+
+// Goes to where drawing begins; the saved place is where the first drawing begins by itself.
+void OpenAt(Reader& reader, const RenderOptions& options, const std::optional<Place>& resumeAt) {
     reader.SetScreenSize(options.width, options.height);
     if (options.fontSize)
         reader.SetFontSize(*options.fontSize);
-    if (reader.GoTo(options.position))
+    if (resumeAt || reader.GoTo(options.position))
         return;
     ReportDamage(options.book, TextSurvey(Book(options.book)));
     throw Failure(options.book, "the text at this position cannot be shown");
@@ -61,9 +78,10 @@ long CountScreens(Reader& reader, const RenderOptions& options) {
 
 // The screens the progress bar counts up to; without a bar nobody needs to know.
 long LastScreen(Reader& reader, const RenderOptions& options) {
-    if (options.screens.last == ScreenRange::unlimited && Progress::IsVisible())
-        return CountScreens(reader, options);
-    return options.screens.last;
+    if (options.screens.last != ScreenRange::unlimited || !Progress::IsVisible())
+        return options.screens.last;
+    // There is no way back to a saved place; the bar then only tells how many are drawn.
+    return options.resume ? 0 : CountScreens(reader, options);
 }
 
 // What the pages came to: to the last screen asked for, or to an end before it.
@@ -121,34 +139,76 @@ std::string Summary(const Drawn& drawn, const RenderOptions& options) {
 }
 
 // A page that does not turn is the end of the book, unless the text behind it cannot be loaded.
-End FindReason(const RenderOptions& options) {
+End FindReason(const RenderOptions& options, const std::optional<Place>& resumeAt) {
     const Book book(options.book);
     const TextSurvey survey(book);
-    const int lastBlock = (std::max(book.DeclaredBytes(), 1) - 1) / blockBytes;
-    const auto firstBlock =
-        static_cast<std::int64_t>(options.position * static_cast<double>(lastBlock));
+    const auto lastBlock = static_cast<double>(std::max<std::int64_t>(book.BlockCount() - 1, 0));
+    const std::int64_t firstBlock =
+        resumeAt ? resumeAt->block : static_cast<std::int64_t>(options.position * lastBlock);
     if (!survey.StopsReaderBehind(firstBlock))
         return End::OfBook;
     ReportDamage(options.book, survey);
     return End::OfReadableText;
 }
 
-} // namespace
-
-int RunRender(const RenderOptions& options) {
-    Reader reader(options.book);
+Drawn Render(Reader& reader, const RenderOptions& options, const std::optional<Place>& resumeAt) {
     MakeFolder(options.folder);
-    OpenAt(reader, options);
+    OpenAt(reader, options, resumeAt);
     Drawn drawn;
     {
         Progress progress("Drawing screens", LastScreen(reader, options));
         drawn = DrawScreens(reader, options, progress);
     }
     if (drawn.end != End::AsAsked)
-        drawn.end = FindReason(options);
+        drawn.end = FindReason(options, resumeAt);
+    return drawn;
+}
+
+// The library saves a place whenever a renderer goes. Here it does so beside the link.
+Drawn Look(const RenderOptions& options) {
+    const BookLink link(options.book);
+    Reader reader(options.book, link.Path());
+    return Render(reader, options, std::nullopt);
+}
+
+// Deleting the reader saves the place. A run that draws nothing or fails must not move it.
+Drawn Resume(const RenderOptions& options) {
+    auto reader = std::make_unique<Reader>(options.book, options.book);
+    const Place before = ReadPlace(options.book).value_or(Place());
+    Drawn drawn;
+    try {
+        drawn = Render(*reader, options, PlaceToResume(options));
+    } catch (...) {
+        reader.reset();
+        WritePlace(options.book, before);
+        throw;
+    }
+    reader.reset();
+    if (drawn.count == 0)
+        WritePlace(options.book, before);
+    return drawn;
+}
+
+// The library reads a book whose place it cannot save, and says nothing about it.
+bool IsPlaceKept(const RenderOptions& options) {
+    const std::string path = ReadingDataPath(options.book);
+    const int error = access(path.c_str(), W_OK) == 0 ? 0 : errno;
+    if (error == 0 && ReadPlace(options.book))
+        return true;
+    Report(path, "the place cannot be kept: " +
+                     (error != 0 ? SystemReason(error) : "it holds no place that can be read"));
+    return false;
+}
+
+} // namespace
+
+int RunRender(const RenderOptions& options) {
+    const Drawn drawn = options.resume ? Resume(options) : Look(options);
     WriteOut(Summary(drawn, options));
     FlushOut();
-    return drawn.end == End::OfReadableText ? EXIT_FAILURE : EXIT_SUCCESS;
+    const bool complete = drawn.end != End::OfReadableText;
+    const bool kept = !options.resume || IsPlaceKept(options);
+    return complete && kept ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 } // namespace umdview

@@ -24,6 +24,9 @@ struct RenderOptions {
     unsigned int height = 800;
     std::optional<unsigned int> fontSize;
     float position = 0; // fraction of the book
+    // Begin at the saved place instead, and keep it at the last screen drawn. Else the reader's
+    // place is neither used nor moved.
+    bool resume = false;
     ImageFormat format = ImageFormat::Png;
 };
 

@@ -9,9 +9,6 @@
 
 namespace umdview {
 
-// The library cuts the text into blocks of this many bytes; places in a book are told in blocks.
-constexpr int blockBytes = 128;
-
 // What a book's text really is, found by reading all of it.
 class TextSurvey {
 public:

@@ -13,6 +13,7 @@
 #include "Failure.h"
 #include "InfoCommand.h"
 #include "Output.h"
+#include "ReadingDataCommand.h"
 #include "RenderCommand.h"
 #include "TextCommand.h"
 
@@ -72,12 +73,26 @@ void CheckPosition(float position) {
         throw CLI::ValidationError("--position", "it is not a fraction from 0 to 1");
 }
 
-CLI::App* AddCommand(CLI::App& app, const std::string& name, const std::string& purpose,
-                     Arguments& arguments) {
+CLI::App* AddCommand(CLI::App& app, const std::string& name, const std::string& purpose) {
     CLI::App* command = app.add_subcommand(name, purpose);
-    command->add_option("BOOK", arguments.book, "The UMD book's file")->required()->type_name("");
     command->set_version_flag("--version", "umdview " UMDVIEW_VERSION);
     return command;
+}
+
+CLI::App* AddBookCommand(CLI::App& app, const std::string& name, const std::string& purpose,
+                         Arguments& arguments) {
+    CLI::App* command = AddCommand(app, name, purpose);
+    command->add_option("BOOK", arguments.book, "The UMD book's file")->required()->type_name("");
+    return command;
+}
+
+void AddReadingDataCommand(CLI::App& app, Arguments& arguments) {
+    CLI::App* command = AddCommand(
+        app, "readingdata", "Tell what the library and applications have stored with a book");
+    command->add_option("FILE", arguments.book, "A reading-data file, or the book it lies beside")
+        ->required()
+        ->type_name("");
+    command->add_flag("--json", arguments.json, "For machines");
 }
 
 void AddRenderOptions(CLI::App& command, Arguments& arguments) {
@@ -102,15 +117,20 @@ void AddRenderOptions(CLI::App& command, Arguments& arguments) {
                     "keep the size of the library's font")
         ->check(CLI::Range(1U, maxFontSize))
         ->type_name("N");
+    const auto position = command.add_option_function<float>(
+        "--position",
+        [&render](float fraction) {
+            CheckPosition(fraction);
+            render.position = fraction;
+        },
+        "Where to begin, as a fraction of the book from 0 to 1 (default: 0)");
+    position->type_name("F");
     command
-        .add_option_function<float>(
-            "--position",
-            [&render](float position) {
-                CheckPosition(position);
-                render.position = position;
-            },
-            "Where to begin, as a fraction of the book from 0 to 1 (default: 0)")
-        ->type_name("F");
+        .add_flag(
+            "--resume", render.resume,
+            "Begin at the saved place, and keep it at the last screen drawn; without this the "
+            "saved place is neither used nor moved")
+        ->excludes(position);
     command
         .add_option_function<std::string>(
             "--format",
@@ -135,6 +155,8 @@ int Run(const CLI::App& app, Arguments& arguments) {
         return RunInfo(arguments.book, arguments.json);
     if (app.got_subcommand("text"))
         return RunText(arguments.book, arguments.raw);
+    if (app.got_subcommand("readingdata"))
+        return RunReadingData(arguments.book, arguments.json);
     arguments.render.book = arguments.book;
     if (arguments.allScreens)
         arguments.render.screens.last = ScreenRange::unlimited;
@@ -161,13 +183,14 @@ int ParseAndRun(int argc, char** argv) {
     app.set_version_flag("--version", "umdview " UMDVIEW_VERSION);
     app.require_subcommand(1);
     Arguments arguments;
-    AddCommand(app, "info", "Tell what a book is", arguments)
+    AddBookCommand(app, "info", "Tell what a book is", arguments)
         ->add_flag("--json", arguments.json, "For machines");
-    AddCommand(app, "text", "Write a book's text to standard output as UTF-8", arguments)
+    AddBookCommand(app, "text", "Write a book's text to standard output as UTF-8", arguments)
         ->add_flag("--raw", arguments.raw, "Keep paragraph separators instead of newlines");
     AddRenderOptions(
-        *AddCommand(app, "render", "Draw screens of a book into image files", arguments),
+        *AddBookCommand(app, "render", "Draw screens of a book into image files", arguments),
         arguments);
+    AddReadingDataCommand(app, arguments);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
