@@ -145,6 +145,14 @@ TEST(PagingTest, OddScreenSizesShowEveryCharacterOnOneScreen) {
     }
 }
 
+TEST(PagingTest, BookOfExactlyOneSegmentIsLoadedOnce) {
+    const auto render = OpenText(Novel(10240));
+    DrawText(*render);
+    while (render->GotoNextScreen() == QV_S_OK) {
+    }
+    EXPECT_EQ(TakeLoads(*render), 1);
+}
+
 // Each screen is then one segment, going back as well.
 TEST(PagingTest, ScreenThatHoldsASegmentShowsNothingTwice) {
     for (const unsigned int width : {1404u, 2500u}) {
@@ -204,10 +212,12 @@ TEST(PagingTest, LineTallerThanTheScreenIsSteppedOver) {
         ++turns;
     const BookPlaces places(text);
     EXPECT_GT(places.Of(*render) + 200, umdbook::ToUtf8(text).size());
+    TakeLoads(*render);
     int back = 0;
     while (render->GotoPrevScreen() == QV_S_OK)
         ++back;
     EXPECT_EQ(places.Of(*render), 0u);
+    EXPECT_LT(TakeLoads(*render), 10) << "one for each segment, not for each line";
     EXPECT_GT(turns, 500);
     EXPECT_GT(back, 500);
 }
@@ -228,20 +238,37 @@ protected:
 };
 
 TEST_F(PlaceTest, SizeOrFontChangeKeepsTheFirstCharacter) {
+    ScreenSetup setup;
     const struct {
         unsigned int width, height, fontSize;
-    } rows[] = {{300, 400, 0}, {800, 600, 0}, {600, 1200, 30}, {600, 1200, 10}, {1404, 1872, 18}};
+    } rows[] = {{300, 400, 0}, {0, 0, 30}, {600, 1200, 0}, {0, 0, 10}, {1404, 1872, 18}};
     for (const auto& row : rows) {
         TakeLoads(*render);
-        EXPECT_EQ(render->SetScreenRes(row.width, row.height), QV_S_OK);
-        render->SetFontSize(row.fontSize);
+        if (row.width) {
+            EXPECT_EQ(render->SetScreenRes(row.width, row.height), QV_S_OK);
+            setup = {row.width, row.height, ""};
+        }
+        if (row.fontSize)
+            render->SetFontSize(row.fontSize);
         EXPECT_EQ(TakeLoads(*render), 0) << "nothing is reloaded in the call";
-        const ScreenSetup setup{row.width, row.height, ""};
         DrawText(*render, setup);
         ExpectDrawnAsCounted(*render, setup, 0);
         EXPECT_EQ(TakeLoads(*render), 1);
         EXPECT_EQ(places.Of(*render), place);
     }
+}
+
+// Not even text further on that cannot be loaded moves the place.
+TEST_F(PlaceTest, SizeChangeBeforeDamagedTextKeepsTheFirstCharacter) {
+    text.replace(64 * 90 - 1, 2, u"\U0001F600"); // cut by the end of block 89
+    render = OpenText(text);
+    DrawText(*render);
+    while (places.Of(*render) < 2000)
+        ASSERT_EQ(render->GotoNextScreen(), QV_S_OK);
+    place = places.Of(*render);
+    render->SetScreenRes(600, 400);
+    EXPECT_NE(DrawText(*render), "");
+    EXPECT_EQ(places.Of(*render), place);
 }
 
 TEST_F(PlaceTest, TurnAfterSizeChangeGoesOnFromThePlaceShown) {
