@@ -162,8 +162,7 @@ CPangoLayout::CPangoLayout(const char* fontDescription, unsigned int width, unsi
 
 CPangoLayout::~CPangoLayout() = default;
 
-// --- properties
-// -----------------------------------------------------------------------------------
+// --- properties ---------------------------------------------------------------------------------
 
 void CPangoLayout::SetLayoutRect(unsigned int width, unsigned int height) {
     if (!m_pLayout || !width || !height)
@@ -313,8 +312,7 @@ int CPangoLayout::GetSingleParagraphMode(int* single) {
     return m_pLayout ? Deliver(single, pango_layout_get_single_paragraph_mode(m_pLayout.get())) : 0;
 }
 
-// --- lines and pages
-// ------------------------------------------------------------------------------
+// --- lines and pages ----------------------------------------------------------------------------
 
 int CPangoLayout::GetLineCount(unsigned int* count) {
     if (!m_pLayout || !count)
@@ -454,8 +452,7 @@ bool CPangoLayout::BeginsParagraph(int line) const {
            EndsWithSeparator(m_pText.get(), m_pLineTable[line].offset);
 }
 
-// --- drawing
-// --------------------------------------------------------------------------------------
+// --- drawing ------------------------------------------------------------------------------------
 
 bool CPangoLayout::CanDraw(const QV_IMAGE& image) const {
     return m_pLayout && image.buffer && image.width && image.height && image.stride &&

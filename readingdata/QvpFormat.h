@@ -29,8 +29,7 @@ constexpr std::uint32_t MaxFreeData = 5120;
 // The id of path-table records, and of the renderer's book-information record.
 constexpr unsigned int CommonFileId = 0xFFFFFFFF;
 
-// --- book information: slots of a capacity (4 bytes) and that many bytes
-// --------------------------
+// --- book information: slots of a capacity (4 bytes) and that many bytes ------------------------
 
 constexpr unsigned int SlotHeaderSize = 4;
 
@@ -60,8 +59,7 @@ constexpr unsigned int BookInfoLength = LatestSectionAt + SlotHeaderSize + PathC
 
 static_assert(BookSourceAt == 2260 && ReadingBookmarkAt == 2265 && BookInfoLength == 2806);
 
-// --- lists: every record begins with the number of entries in it
-// ----------------------------------
+// --- lists: every record begins with the number of entries in it --------------------------------
 
 constexpr unsigned int CountSize = 4;
 
@@ -77,8 +75,7 @@ constexpr unsigned int PathRecordLength = 512;
 
 static_assert(CountSize + PathValuesSize + MaxPathLength + 1 == PathRecordLength);
 
-// --- annotations
-// ----------------------------------------------------------------------------------
+// --- annotations --------------------------------------------------------------------------------
 
 constexpr unsigned int PositionSize = 8; // block index, offset
 constexpr unsigned int RangeSize = 12;   // and a length

@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstring>
 #include <new>
+#include <optional>
 
 #include "IBookInfoProxy.h"
 #include "base/CUtility.h"
@@ -47,10 +48,19 @@ int CharacterStart(const unsigned char* text, int length, int offset) {
     return offset;
 }
 
+// Takes the lines of one screen; none when the layout cannot say its size or spacing.
+std::optional<PageCutter> EmptyScreen(ITextLayout* layout) {
+    unsigned int width = 0;
+    unsigned int height = 0;
+    unsigned int spacing = 0;
+    if (!layout || !layout->GetLayoutRect(&width, &height) || !layout->GetLineSpacing(&spacing))
+        return std::nullopt;
+    return PageCutter(height, static_cast<int>(spacing));
+}
+
 } // namespace
 
-// --- the object
-// -----------------------------------------------------------------------------------
+// --- the object ---------------------------------------------------------------------------------
 
 CUMDRenderImpl::CUMDRenderImpl()
     : m_pBlockOffsets(
@@ -110,8 +120,7 @@ QVRESULT CUMDRenderImpl::GetPagingHandler(IPagingHandler** handler) {
     return QV_E_NOTIMPL;
 }
 
-// --- fonts
-// ----------------------------------------------------------------------------------------
+// --- fonts --------------------------------------------------------------------------------------
 
 void CUMDRenderImpl::SetFontSize(unsigned int size) {
     if (size == m_nFontSize)
@@ -160,8 +169,7 @@ int CUMDRenderImpl::SetFontDescription() {
     return 1;
 }
 
-// --- opening a book
-// -------------------------------------------------------------------------------
+// --- opening a book -----------------------------------------------------------------------------
 
 QVRESULT CUMDRenderImpl::Initialize(IQVSequentialStream* stream, ITextLayout* layout, char* path) {
     m_bInitialized = 0;
@@ -232,8 +240,7 @@ int CUMDRenderImpl::CreatUmdNodeIndexList() {
     return 1;
 }
 
-// --- from chunks to laid-out text
-// -----------------------------------------------------------------
+// --- from chunks to laid-out text ---------------------------------------------------------------
 
 // A start on the border of two chunks gives the earlier one, of which nothing is then taken.
 int CUMDRenderImpl::FindChunk(int contentOffset) const {
@@ -354,19 +361,14 @@ int CUMDRenderImpl::GetBlockInfo(int layoutOffset, int* block, int* offsetInBloc
     return 1;
 }
 
-// --- lines and screens
-// ----------------------------------------------------------------------------
+// --- lines and screens --------------------------------------------------------------------------
 
 int CUMDRenderImpl::GetNextPageLineNum(int line) {
-    unsigned int width = 0;
-    unsigned int height = 0;
-    unsigned int spacing = 0;
-    if (!m_pLayout || !m_pLayout->GetLayoutRect(&width, &height) ||
-        !m_pLayout->GetLineSpacing(&spacing))
+    std::optional<PageCutter> screen = EmptyScreen(m_pLayout.get());
+    if (!screen)
         return -1;
-    PageCutter cutter(height, static_cast<int>(spacing));
     int end = std::max(line, 0);
-    while (end < m_nLineCount && !cutter.BreaksBefore(m_pLineTable[end].height))
+    while (end < m_nLineCount && !screen->BreaksBefore(m_pLineTable[end].height))
         ++end;
     return end - std::max(line, 0);
 }
@@ -374,19 +376,15 @@ int CUMDRenderImpl::GetNextPageLineNum(int line) {
 int CUMDRenderImpl::GetPrevPageLineNum(int line) {
     if (line <= 0)
         return 0;
-    unsigned int width = 0;
-    unsigned int height = 0;
-    unsigned int spacing = 0;
-    if (!m_pLayout || !m_pLayout->GetLayoutRect(&width, &height) ||
-        !m_pLayout->GetLineSpacing(&spacing))
+    std::optional<PageCutter> screen = EmptyScreen(m_pLayout.get());
+    if (!screen)
         return -1;
     line = std::min(line, m_nLineCount);
-    PageCutter cutter(height, static_cast<int>(spacing));
     int first = line;
-    while (first > 0 && !cutter.BreaksBefore(m_pLineTable[first - 1].height))
+    while (first > 0 && !screen->BreaksBefore(m_pLineTable[first - 1].height))
         --first;
     const bool textBeforeFits = first == 0 && !BeginsAtBookStart() && line > 0 &&
-                                !cutter.BreaksBefore(m_pLineTable[0].height);
+                                !screen->BreaksBefore(m_pLineTable[0].height);
     return textBeforeFits ? 0 : line - first;
 }
 
@@ -450,8 +448,7 @@ bool CUMDRenderImpl::ShowsWholeText() {
     return m_nCurLine == 0 && GetNextPageLineNum(0) >= TextLineCount();
 }
 
-// --- paging and drawing
-// ---------------------------------------------------------------------------
+// --- paging and drawing -------------------------------------------------------------------------
 
 QVRESULT CUMDRenderImpl::GotoNextScreen() {
     if (!m_bInitialized)
@@ -554,8 +551,7 @@ QVRESULT CUMDRenderImpl::DrawCurScreen(QV_IMAGE image, int x, int y) {
     return QV_S_OK;
 }
 
-// --- the reading position
-// -------------------------------------------------------------------------
+// --- the reading position -----------------------------------------------------------------------
 
 // A book whose reading data cannot be opened or created is read all the same.
 void CUMDRenderImpl::OpenReadingData(char const* path) {
