@@ -8,8 +8,9 @@ function(umdformat_compile_options target)
     endif()
 endfunction()
 
+set(UMDFORMAT_SANITIZERS address,undefined CACHE STRING "The sanitizers that UMDFORMAT_SANITIZE takes")
 if(UMDFORMAT_SANITIZE)
-    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
+    add_compile_options(-fsanitize=${UMDFORMAT_SANITIZERS} -fno-sanitize-recover=all
                         -fno-omit-frame-pointer)
-    add_link_options(-fsanitize=address,undefined)
+    add_link_options(-fsanitize=${UMDFORMAT_SANITIZERS})
 endif()

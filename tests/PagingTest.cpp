@@ -122,7 +122,7 @@ TEST(PagingTest, SampleBooksShowEveryCharacterOnOneScreen) {
 }
 
 TEST(PagingTest, LongNovelShowsEveryCharacterOnOneScreen) {
-    ExpectWholeBookBothWays(Novel(2000000), {});
+    ExpectWholeBookBothWays(Novel(kNovelBytes), {});
 }
 
 TEST(PagingTest, LinesDrawnAreLinesCountedInEveryFont) {
@@ -130,7 +130,7 @@ TEST(PagingTest, LinesDrawnAreLinesCountedInEveryFont) {
         SCOPED_TRACE(font);
         ScreenSetup setup;
         setup.font = font;
-        ExpectWholeBookBothWays(Novel(500000), setup);
+        ExpectWholeBookBothWays(Novel(kNovelBytes / 4), setup);
     }
 }
 

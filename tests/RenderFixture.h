@@ -12,6 +12,9 @@
 
 namespace fixture {
 
+// Bytes of text in a long novel; an emulator, some twenty times as slow, gets a shorter one.
+constexpr std::size_t kNovelBytes = TEST_EMULATED ? 256000 : 2000000;
+
 class ProbeRender : public QvFormat::CUMDRenderImpl {
 public:
     using CUMDRenderImpl::m_nCurLine;
