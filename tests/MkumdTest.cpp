@@ -58,22 +58,6 @@ public:
     }
 };
 
-TEST(WriteBookTest, StringsTooLongForTheirNodes_AreCutAtAWholeCharacter) {
-    const std::u16string longTitle = std::u16string(124, u'a') + u"\U0001F600b";
-    Book book;
-    book.title = longTitle;
-    book.author = std::u16string(125, u'a');
-    book.chapters = {{std::u16string(126, u'a') + u"\U0001F600", u"x\u2029"},
-                     {std::u16string(128, u'a'), u"y\u2029"}};
-    Reader reader(umdbook::WriteBook(book));
-    EXPECT_EQ(Reader::Owned(reader.GetTitle()), std::u16string(124, u'a'));
-    EXPECT_EQ(Reader::Owned(reader.GetAuthor()), book.author);
-    ASSERT_EQ(reader.ChapterCount(), 2);
-    EXPECT_EQ(reader.ChapterTitle(0), std::u16string(126, u'a'));
-    EXPECT_EQ(reader.ChapterTitle(1), std::u16string(127, u'a'));
-    EXPECT_EQ(reader.Text(), u"x\u2029y\u2029");
-}
-
 TEST(BookFromTextTest, Texts_GiveTheirChapters) {
     using Chapters = std::vector<std::pair<std::u16string, std::u16string>>;
     const std::tuple<std::string, Chapters> cases[] = {
