@@ -41,6 +41,12 @@ bool Reader::GoTo(float fraction) {
     return m_pRenderer->GotoPosition(fraction) == QV_S_OK;
 }
 
+// The library loads the text at the saved place with the first drawing, of whatever size.
+void Reader::ShowSavedPlace() {
+    Image scratch(1, 1);
+    Draw(scratch);
+}
+
 bool Reader::TurnPage() {
     return m_pRenderer->GotoNextScreen() == QV_S_OK;
 }

@@ -22,11 +22,13 @@ public:
     // there is damaged.
     bool GoTo(float fraction);
 
+    // Shows the screen at the place the library saved, which is where it begins by itself.
+    void ShowSavedPlace();
+
     // Shows the next screen; false when there is none, or when its text is damaged.
     bool TurnPage();
 
-    // Draws the screen shown into `image`, dark ink on white. Until a screen is shown by GoTo, the
-    // library begins at the saved place.
+    // Draws the screen shown into `image`, dark ink on white.
     void Draw(Image& image);
 
 private:

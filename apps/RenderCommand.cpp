@@ -60,7 +60,9 @@ void OpenAt(Reader& reader, const RenderOptions& options, const std::optional<Pl
     reader.SetScreenSize(options.width, options.height);
     if (options.fontSize)
         reader.SetFontSize(*options.fontSize);
-    if (resumeAt || reader.GoTo(options.position))
+    if (resumeAt)
+        return reader.ShowSavedPlace();
+    if (reader.GoTo(options.position))
         return;
     ReportDamage(options.book, TextSurvey(Book(options.book)));
     throw Failure(options.book, "the text at this position cannot be shown");

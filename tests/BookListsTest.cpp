@@ -1,224 +1,168 @@
 #include "ReadingDataFixture.h"
+#include "readingdata/CBookInfoProxyImpl.h"
 #include "readingdata/CBookPathTableProxyImpl.h"
 #include "readingdata/CBookTagProxyImpl.h"
 
-using namespace QvFormat;
 using namespace readingdata;
 
 namespace {
 
 using Strings = std::vector<std::string>;
+using Indexes = std::vector<int>;
 
 class BookListsTest : public Fixture {
 protected:
-    // A new proxy sets or gets the list of file id 1.
-    template<typename Proxy, typename List>
-    QVRESULT SetBy(const List& list) {
-        Proxy proxy(m_pFile.get(), 1);
-        return Set(proxy, list);
-    }
-    template<typename Proxy, typename List>
-    QVRESULT GetBy(List* list) {
-        Proxy proxy(m_pFile.get(), 1);
-        return Get(proxy, list);
-    }
-    QVRESULT SetIndex(const std::vector<int>& list) { return SetBy<CBookIndexProxyImpl>(list); }
-    QVRESULT GetIndex(std::vector<int>* list) { return GetBy<CBookIndexProxyImpl>(list); }
-    QVRESULT SetTags(const Strings& list) { return SetBy<CBookTagProxyImpl>(list); }
-    QVRESULT GetTags(Strings* list) { return GetBy<CBookTagProxyImpl>(list); }
-    QVRESULT GetPaths(std::vector<Path>* list) { return GetBy<CBookPathTableProxyImpl>(list); }
+    auto GetIndex() { return GetBy<CBookIndexProxyImpl>(*m_pFile, 1); }
+    auto GetTags() { return GetBy<CBookTagProxyImpl>(*m_pFile, 1); }
+    auto GetPaths() { return GetBy<CBookPathTableProxyImpl>(*m_pFile, 1); }
+    QVRESULT SetIndex(const Indexes& list) { return SetBy<CBookIndexProxyImpl>(*m_pFile, 1, list); }
+    QVRESULT SetTags(const Strings& list) { return SetBy<CBookTagProxyImpl>(*m_pFile, 1, list); }
 
-    // Paths with their position and its double as values.
-    QVRESULT SetPaths(const Strings& paths) {
+    // Paths with their position and its double as values, which then are the table.
+    void SetPaths(const Strings& paths) {
         std::vector<Path> list;
-        for (const std::string& path : paths) {
-            const auto i = static_cast<unsigned int>(list.size());
-            list.push_back({i, 2 * i, path});
-        }
-        CBookPathTableProxyImpl proxy(m_pFile.get(), 0xFFFFFFFF);
-        const QVRESULT result = Set(proxy, list);
-        if (result == QV_S_OK)
-            m_Paths = list;
-        return result;
+        for (unsigned int i = 0; i < paths.size(); ++i)
+            list.emplace_back(i, 2 * i, paths[i]);
+        EXPECT_EQ(QV_S_OK, SetBy<CBookPathTableProxyImpl>(*m_pFile, 1, list));
+        EXPECT_EQ(std::pair(QV_S_OK, list), GetPaths());
     }
-
-    // The table holds what was set last.
-    void ExpectPaths() {
-        std::vector<Path> stored;
-        EXPECT_EQ(QV_S_OK, GetPaths(&stored));
-        EXPECT_EQ(m_Paths, stored);
-    }
-
-    void Reopen(int create = 0) {
-        m_pFile.reset();
-        m_pFile = Open(create);
-    }
-
-    void WriteAndOpen(const std::vector<Record>& records) {
-        m_pFile.reset();
-        Write(FileOf(records));
-        m_pFile = Open();
-    }
-
-    // "type*length(count)" of every record in the file.
-    std::string Shape() const {
-        std::string shape;
-        for (const Record& record : Records())
-            shape += std::to_string(record.type) + "*" + std::to_string(record.data.size()) + "(" +
-                     std::to_string(FromLe32(record.data, 0)) + ") ";
-        return shape;
-    }
-
-    std::unique_ptr<CQvpFile> m_pFile;
-    std::vector<int> m_Index;
-    Strings m_Tags;
-    std::vector<Path> m_Paths;
 };
 
 TEST_F(BookListsTest, Index_GrownShrunkAndGrownAgain_ReusesItsRecords) {
-    Reopen(1);
-    EXPECT_EQ(QV_E_FAIL, GetIndex(&m_Index));
+    Reopen();
+    const std::pair none(QV_E_FAIL, Indexes());
+    EXPECT_EQ(none, GetIndex());
     EXPECT_EQ(QV_S_OK, SetIndex({}));
-    EXPECT_EQ(QV_E_FAIL, GetIndex(&m_Index));
-    std::vector<int> entries(450);
-    for (int i = 0; i < 450; ++i)
-        entries[static_cast<std::size_t>(i)] = -i;
-    EXPECT_EQ(QV_S_OK, SetIndex(entries));
-    EXPECT_EQ(QV_S_OK, m_pFile->Flush());
+    EXPECT_EQ(none, GetIndex());
+    EXPECT_EQ(QV_S_OK, SetIndex(Indexes(450, -1)));
     EXPECT_EQ("3*804(200) 3*804(200) 3*804(50) ", Shape());
-    EXPECT_EQ(QV_S_OK, SetIndex(std::vector<int>(entries.begin(), entries.begin() + 150)));
-    EXPECT_EQ(QV_S_OK, m_pFile->Flush());
+    EXPECT_EQ(QV_S_OK, SetIndex(Indexes(150, -2)));
     EXPECT_EQ("3*804(150) 0*804(200) 0*804(50) ", Shape());
-    EXPECT_EQ(QV_S_OK, SetIndex(entries));
+    EXPECT_EQ(QV_S_OK, SetIndex(Indexes(450, -3)));
     Reopen();
     EXPECT_EQ("3*804(200) 3*804(200) 3*804(50) ", Shape());
-    EXPECT_EQ(QV_S_OK, GetIndex(&m_Index));
-    EXPECT_EQ(entries, m_Index);
+    EXPECT_EQ(std::pair(QV_S_OK, Indexes(450, -3)), GetIndex());
     EXPECT_EQ(QV_S_OK, SetIndex({}));
-    EXPECT_EQ(QV_S_OK, GetIndex(&m_Index));
-    EXPECT_TRUE(m_Index.empty());
-    Reopen();
+    EXPECT_EQ(std::pair(QV_S_OK, Indexes()), GetIndex());
     EXPECT_EQ("0*804(200) 0*804(200) 0*804(50) ", Shape());
-    EXPECT_EQ(QV_E_FAIL, GetIndex(&m_Index));
+    Reopen();
+    EXPECT_EQ(none, GetIndex());
 }
 
 TEST_F(BookListsTest, StoredCountAboveCapacity_IsLoweredInTheRecordWithoutMarkingIt) {
-    const Record index = {3, 1, Le32(250) + std::string(800, '\1')};
-    const Record tags = {4, 1, Le32(0xFFFFFFFF) + std::string(100, '\0') + "rest"};
-    WriteAndOpen({index, {3, 1, Le32(9) + "abc"}, {3, 1, "ab"}, tags, {4, 1, Le32(1) + "short"}});
-    EXPECT_EQ(QV_S_OK, GetIndex(&m_Index));
-    EXPECT_EQ(std::vector<int>(200, 0x01010101), m_Index);
-    EXPECT_EQ(QV_S_OK, GetTags(&m_Tags));
-    EXPECT_EQ(Strings(2), m_Tags);
+    const std::vector<Record> records = {{3, 1, Le32(250) + std::string(800, '\1')},
+                                         {3, 1, Le32(9) + "abc"},
+                                         {3, 1, "ab"},
+                                         {4, 1, Le32(0xFFFFFFFF) + std::string(100, '\0') + "rest"},
+                                         {4, 1, Le32(1) + "short"}};
+    WriteAndOpen(records);
+    EXPECT_EQ(std::pair(QV_S_OK, Indexes(200, 0x01010101)), GetIndex());
+    EXPECT_EQ(std::pair(QV_S_OK, Strings(2)), GetTags());
     EXPECT_EQ(QV_S_OK, m_pFile->Flush());
-    EXPECT_EQ(250u, FromLe32(Records()[0].data, 0));
+    EXPECT_EQ(records, Records());
     Qvp_Node* head = nullptr;
     ASSERT_EQ(QV_S_OK, m_pFile->AttachNodeList(QvpNodeIndexList, 1, &head));
     EXPECT_EQ(Le32(200), std::string(head->pData, head->pData + 4));
 
-    EXPECT_EQ(QV_S_OK, SetIndex(std::vector<int>(201, 7))); // short records take none
-    EXPECT_EQ(QV_S_OK, GetIndex(&m_Index));
-    EXPECT_EQ(std::vector<int>(201, 7), m_Index);
+    EXPECT_EQ(QV_S_OK, SetIndex(Indexes(201, 7))); // short records take none
+    EXPECT_EQ(std::pair(QV_S_OK, Indexes(201, 7)), GetIndex());
     EXPECT_EQ(QV_S_OK, m_pFile->Flush());
-    EXPECT_EQ((Record{3, 1, "ab"}), Records()[2]);
+    EXPECT_EQ(records[2], Records()[2]);
 }
 
 TEST_F(BookListsTest, Tags_OfUpTo49Bytes_FillSlotsAndLeaveTheRestOfThem) {
-    Reopen(1);
-    const std::string longest(49, 't');
-    Strings tags(11, longest);
-    EXPECT_EQ(QV_S_OK, SetTags(tags));
-    EXPECT_EQ(QV_E_INVALIDARG, SetTags({"fine", longest + "t"}));
-    char* null = nullptr;
-    EXPECT_EQ(QV_E_INVALIDARG, CBookTagProxyImpl(m_pFile.get(), 1).SetTagList(&null, 1));
-    EXPECT_EQ(QV_S_OK, m_pFile->Flush());
-    EXPECT_EQ("4*504(10) 4*504(1) ", Shape());
-    EXPECT_EQ(QV_S_OK, GetTags(&m_Tags));
-    EXPECT_EQ(tags, m_Tags);
-    EXPECT_EQ(QV_S_OK, SetTags({"", "b"}));
     Reopen();
+    const std::string longest(49, 't');
+    EXPECT_EQ(QV_S_OK, SetTags(Strings(11, longest)));
+    EXPECT_EQ(QV_E_INVALIDARG, SetTags({"fine", longest + "t"}));
+    EXPECT_EQ("4*504(10) 4*504(1) ", Shape());
+    EXPECT_EQ(std::pair(QV_S_OK, Strings(11, longest)), GetTags());
+    EXPECT_EQ(QV_S_OK, SetTags({"", "b"}));
     EXPECT_EQ("4*504(2) 0*504(1) ", Shape());
-    EXPECT_EQ('\0' + longest.substr(1) + '\0' + "b" + '\0' + "tt", Records()[0].data.substr(4, 54));
-
     std::string data = Records()[0].data;
+    EXPECT_EQ('\0' + longest.substr(1) + '\0' + "b" + '\0' + "tt", data.substr(4, 54));
+
     WriteAndOpen({{4, 1, data.replace(4, 50, std::string(50, 'x'))}});
-    EXPECT_EQ(QV_S_OK, GetTags(&m_Tags));
-    EXPECT_EQ(Strings{"b"}, m_Tags) << "a tag without end is passed over";
+    EXPECT_EQ(std::pair(QV_S_OK, Strings{"b"}), GetTags()) << "a tag without end is passed over";
 }
 
 TEST_F(BookListsTest, Paths_ArePackedInOrder) {
-    Reopen(1);
-    const std::vector<Strings> tables = {{std::string(499, 'p')},
-                                         {std::string(300, 'p'), std::string(300, 'q')},
-                                         {std::string(300, 'p'), std::string(190, 'q'), "r", ""},
-                                         {"", "a"}};
-    const char* shapes[] = {"2*512(1) ", "2*512(1) 2*512(1) ", "2*512(2) 2*512(2) ",
-                            "2*512(2) 0*512(2) "};
-    for (std::size_t i = 0; i < tables.size(); ++i) {
-        EXPECT_EQ(QV_S_OK, SetPaths(tables[i]));
-        EXPECT_EQ(QV_S_OK, m_pFile->Flush());
-        EXPECT_EQ(shapes[i], Shape());
-        ExpectPaths();
-    }
-    EXPECT_EQ(QV_E_INVALIDARG, SetPaths({"fine", std::string(500, 'p')}));
-    QvpPathItem null = {1, 2, nullptr};
-    EXPECT_EQ(QV_E_INVALIDARG, CBookPathTableProxyImpl(m_pFile.get(), 1).SetPathTable(&null, 1));
     Reopen();
-    ExpectPaths();
-    EXPECT_EQ(0xFFFFFFFF, Records()[0].id);
-}
+    SetPaths({std::string(499, 'p')});
+    EXPECT_EQ("2*512(1) ", Shape());
+    SetPaths({std::string(300, 'p'), std::string(300, 'q')});
+    EXPECT_EQ("2*512(1) 2*512(1) ", Shape());
+    SetPaths({std::string(300, 'p'), std::string(190, 'q'), "r", ""});
+    EXPECT_EQ("2*512(2) 2*512(2) ", Shape());
+    SetPaths({"", "a"});
+    EXPECT_EQ("2*512(2) 0*512(2) ", Shape());
+    const std::vector<Path> tooLong = {{1, 2, "fine"}, {1, 2, std::string(500, 'p')}};
+    EXPECT_EQ(QV_E_INVALIDARG, SetBy<CBookPathTableProxyImpl>(*m_pFile, 1, tooLong));
+    EXPECT_EQ("2*512(2) 0*512(2) ", Shape());
 
-TEST_F(BookListsTest, DamagedPathTables_FailAndHandOutNothing) {
-    const std::string item = Le32(1) + Le32(2) + "p" + '\0';
-    const struct {
-        const char* what;
-        std::string data;
-        QVRESULT result;
-    } rows[] = {
-        {"one whole item", Le32(1) + item, QV_S_OK},
-        {"count too high", Le32(2) + item, QV_E_FAIL},
-        {"count too high by far", Le32(0xFFFFFFFF) + item, QV_E_FAIL},
-        {"path without end", Le32(1) + item.substr(0, 9), QV_E_FAIL},
-        {"no path", Le32(1) + item.substr(0, 8), QV_E_FAIL},
-        {"only a count", Le32(1), QV_E_FAIL},
-        {"no items", Le32(0) + "left", QV_S_OK},
-        {"eight bytes left for a second", Le32(2) + item + "12345678", QV_E_FAIL},
-        {"nine bytes for a second", Le32(2) + item + item.substr(0, 8) + '\0', QV_S_OK},
-    };
-    for (const auto& row : rows) {
-        WriteAndOpen({{2, 1, row.data}});
-        EXPECT_EQ(row.result, GetPaths(&m_Paths)) << row.what;
-    }
-    for (const std::string& bad :
-         {std::string("abc"), Le32(0), Le32(0xFFFFFFFF) + "bytes for one"}) {
-        WriteAndOpen({{2, 1, Le32(1) + item}, {2, 9, bad}});
-        EXPECT_EQ(QV_E_FAIL, GetPaths(&m_Paths));
-    }
-}
-
-TEST_F(BookListsTest, PathsOverTinyRecords_AreClosedAtTheFirstThatDoesNotFit) {
+    // Records that hold little are closed at the first path that does not fit.
     WriteAndOpen({{2, 5, std::string(12, 'x')}, {2, 7, std::string(16, 'x')}});
-    EXPECT_EQ(QV_S_OK, SetPaths({"abc", "a", ""}));
-    ExpectPaths();
-    Reopen();
+    SetPaths({"abc", "a", ""});
     EXPECT_EQ("2*12(0) 2*16(1) 2*512(2) ", Shape());
 }
 
-TEST_F(BookListsTest, NoContainerOrNullPointer_IsRefusedInThatOrder) {
-    Reopen(1);
-    for (CQvpFile* file : {static_cast<CQvpFile*>(nullptr), m_pFile.get()}) {
-        const QVRESULT expected = file ? QV_E_INVALIDARG : QV_E_NOTREADY;
-        EXPECT_EQ(expected, CBookIndexProxyImpl(file, 1).GetIndexList(nullptr, nullptr));
-        EXPECT_EQ(expected, CBookIndexProxyImpl(file, 1).SetIndexList(nullptr, 1));
-        EXPECT_EQ(expected, CBookTagProxyImpl(file, 1).GetTagList(nullptr, nullptr));
-        EXPECT_EQ(expected, CBookTagProxyImpl(file, 1).SetTagList(nullptr, 1));
-        EXPECT_EQ(expected, CBookPathTableProxyImpl(file, 1).GetPathTable(nullptr, nullptr));
-        EXPECT_EQ(expected, CBookPathTableProxyImpl(file, 1).SetPathTable(nullptr, 1));
+TEST_F(BookListsTest, DamagedPathTables_FailAndHandOutNothing) {
+    const std::string item = Le32(1) + Le32(2) + "p" + '\0', bare = item.substr(0, 8);
+    const Path path = {1, 2, "p"};
+    const std::tuple<const char*, std::string, std::string, QVRESULT, std::vector<Path>> rows[] = {
+        {"one whole item", Le32(1) + item, "", QV_S_OK, {path}},
+        {"count too high", Le32(2) + item, "", QV_E_FAIL, {}},
+        {"count too high by far", Le32(0xFFFFFFFF) + item, "", QV_E_FAIL, {}},
+        {"path without end", Le32(1) + item.substr(0, 9), "", QV_E_FAIL, {}},
+        {"no path", Le32(1) + bare, "", QV_E_FAIL, {}},
+        {"only a count", Le32(1), "", QV_E_FAIL, {}},
+        {"no items", Le32(0) + "left", "", QV_S_OK, {}},
+        {"eight bytes left for a second", Le32(2) + item + "12345678", "", QV_E_FAIL, {}},
+        {"nine bytes for a second", Le32(2) + item + bare + '\0', "", QV_S_OK, {path, {1, 2, ""}}},
+        {"a record too short for a count", Le32(1) + item, "abc", QV_E_FAIL, {}},
+        {"a record of a count", Le32(1) + item, Le32(0), QV_E_FAIL, {}},
+        {"a second count too high", Le32(1) + item, Le32(0xFFFFFFFF) + "for one..", QV_E_FAIL, {}},
+    };
+    for (const auto& [what, first, second, result, paths] : rows) {
+        WriteAndOpen({{2, 1, first}, {2, 9, second}});
+        EXPECT_EQ(std::pair(result, paths), GetPaths()) << what;
     }
-    int entry = 1;
+}
+
+TEST_F(BookListsTest, EveryProxy_WithoutContainerOrPointer_RefusesInThatOrder) {
+    Reopen();
+    for (CQvpFile* file : {static_cast<CQvpFile*>(nullptr), m_pFile.get()}) {
+        CBookIndexProxyImpl index(file, 1);
+        CBookTagProxyImpl tags(file, 1);
+        CBookPathTableProxyImpl paths(file, 1);
+        CBookAnnotationListProxy notes(file, 1);
+        CBookInfoProxyImpl info(file, 1);
+        const QVRESULT results[] = {index.GetIndexList(nullptr, nullptr),
+                                    index.SetIndexList(nullptr, 1),
+                                    tags.GetTagList(nullptr, nullptr),
+                                    tags.SetTagList(nullptr, 1),
+                                    paths.GetPathTable(nullptr, nullptr),
+                                    paths.SetPathTable(nullptr, 1),
+                                    notes.GetAnnotationList(QvAnnotationRange, nullptr, nullptr),
+                                    notes.SetAnnotationList(QvAnnotationRange, nullptr, 1),
+                                    info.GetLatestSection(nullptr),
+                                    info.SetBookName(nullptr, 0),
+                                    info.GetReadingBookmark(nullptr),
+                                    info.SetReadingBookmark(nullptr),
+                                    info.GetBookSource(nullptr),
+                                    info.GetReadingProgress(nullptr),
+                                    info.GetIsSerialized(nullptr),
+                                    file ? QV_E_INVALIDARG : info.SetIsSerialized(1)};
+        for (const QVRESULT& result : results)
+            EXPECT_EQ(file ? QV_E_INVALIDARG : QV_E_NOTREADY, result) << &result - results;
+    }
+    char* noTag = nullptr;
+    EXPECT_EQ(QV_E_INVALIDARG, CBookTagProxyImpl(m_pFile.get(), 1).SetTagList(&noTag, 1));
+    QvpPathItem noPath = {1, 2, nullptr};
+    EXPECT_EQ(QV_E_INVALIDARG, CBookPathTableProxyImpl(m_pFile.get(), 1).SetPathTable(&noPath, 1));
     CQvpFile closed;
-    EXPECT_EQ(QV_S_OK, CBookIndexProxyImpl(&closed, 1).SetIndexList(nullptr, 0));
-    EXPECT_EQ(QV_E_FAIL, CBookIndexProxyImpl(&closed, 1).SetIndexList(&entry, 1));
+    EXPECT_EQ(QV_S_OK, Fixture::SetIndex(closed, 1, {}));
+    EXPECT_EQ(QV_E_FAIL, Fixture::SetIndex(closed, 1, {1}));
 }
 
 } // namespace

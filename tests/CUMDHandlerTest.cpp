@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 #include <fstream>
 #include <new>
 #include <string>
@@ -51,23 +52,21 @@ const std::string titles = Function(0x84, Int(2));
 const std::string length8 = Function(0x0B, Int(8));
 const std::string run = Function(0x0A) + Data(7, "xy");
 
-// --- a stream that fails when told to, and a handler that shows what it has
-// -----------------------
+// --- a stream that fails when told to, and a handler that shows what it has ---------------------
 
 struct Faults {
     int first = INT_MAX; // the operation to fail first, counted from 0
     int count = INT_MAX; // how many fail from there on
     int operations = 0;
-    int streams = 0; // alive
 };
 
 class TestStream : public CMemoryStream {
 public:
     TestStream(const std::string& file, Faults* faults)
-        : CMemoryStream(Copy(file), static_cast<long>(file.size())), m_faults(faults) {
-        ++m_faults->streams;
-    }
-    ~TestStream() override { --m_faults->streams; }
+        : CMemoryStream(static_cast<unsigned char*>(
+                            std::memcpy(::operator new(file.size()), file.data(), file.size())),
+                        static_cast<long>(file.size())),
+          m_faults(faults) {}
 
     // A file that cannot be read reports it as 0 bytes, other streams as a failure.
     QVRESULT Read(unsigned char* buffer, int count, int* read) override {
@@ -86,7 +85,7 @@ public:
         return Fails() ? QV_E_FAIL : CMemoryStream::GetLength(length);
     }
     QVRESULT GetCanRead(int* can) override {
-        *can = Fails() ? 0 : 1;
+        *can = !Fails();
         return QV_S_OK;
     }
     QVRESULT GetCanSeek(int* can) override {
@@ -95,11 +94,6 @@ public:
     }
 
 private:
-    static unsigned char* Copy(const std::string& file) {
-        auto* buffer = static_cast<unsigned char*>(::operator new(file.size()));
-        std::copy(file.begin(), file.end(), buffer);
-        return buffer;
-    }
     bool Fails() {
         const int operation = m_faults->operations++ - m_faults->first;
         return operation >= 0 && operation < m_faults->count;
@@ -114,10 +108,8 @@ public:
     explicit Handler(const std::string& file, Faults* faults = &noFaults)
         : CUMDHandler(new TestStream(file, faults)) {}
 
-    bool Ready() const { return m_bReady != 0; }
-    int EndOf(int chunk) const {
-        return m_pChunks.get()[chunk].offset + m_pChunks.get()[chunk].length;
-    }
+    using CUMDHandler::m_bReady;
+    using CUMDHandler::m_pChunks;
 
     // Each followed by a stroke, "-" for one that is absent.
     std::u16string Strings() {
@@ -156,70 +148,43 @@ public:
     std::string Summary() {
         const std::u16string strings = Strings();
         const std::string title(strings.begin(), std::find(strings.begin(), strings.end(), u'|'));
-        return (Ready() ? "" : "failed ") + std::to_string(GetChunkCount()) + ' ' +
-               std::to_string(GetContentLength()) + ' ' + title + (Ready() ? Chapters() : "");
+        return (m_bReady ? "" : "failed ") + std::to_string(GetChunkCount()) + ' ' +
+               std::to_string(GetContentLength()) + ' ' + title + (m_bReady ? Chapters() : "");
     }
 };
 
 // --- what a sequence of nodes gives -------------------------------------------------------------
 
-struct Case {
-    const char* name;
-    std::string nodes;
-    const char* summary;
-};
-
-// The signature is ignored; as a node it would fail the parse that comes back to it.
-void Check(const std::vector<Case>& cases) {
-    for (const Case& c : cases)
-        EXPECT_EQ(Handler("#\x0B\0Z"s + c.nodes).Summary(), c.summary) << c.name;
-}
-
-TEST(CUMDHandler, FactsOfABook_AreTakenSkippedOrFailTheParse) {
-    Check({
-        {"no function node at 4", "?" + length8.substr(1), "0 0 - -"},
-        {"unknown type", Function(0x0C, "1234") + length8, "0 8 - -"},
-        {"types of 16 bits", Function(0x101, "\2") + Function(0xFF83) + length8, "0 8 - -"},
-        {"text book", Function(1, "\1\2") + length8, "0 8 - -"},
-        {"other book", length8 + run + Function(1, "\2"), "failed 0 0 -"},
-        {"book type missing", Function(1), "failed 0 0 -"},
-        {"two lengths", length8 + Function(0x0B, Int(-9)), "0 -9 - -"},
-        {"length of 5 bytes", Function(0x0B, "\1\0\0\0\0"s), "failed 0 0 -"},
-        {"two titles", Function(2, "A\0"s) + Function(2, "B\0"s), "0 0 B -"},
-        {"empty title", Function(2, "A\0"s) + Function(2) + length8, "0 8 A -"},
-        {"title of 3 bytes", Function(2, "A\0B"s), "0 0 AB -"},
-        {"title with a zero unit", Function(2, "A\0\0\0B\0"s), "0 0 A -"},
-        {"title cut off", Function(2, "A\0B"s, 99), "0 0 AB -"},
-        {"title of a failed book", Function(2, "A\0"s) + Function(1, "\2"), "failed 0 0 A"},
-    });
-}
-
-TEST(CUMDHandler, ChunkRun_EndsAtWhatIsNoDataNodeAndTheParseAtANodeThatLies) {
+TEST(CUMDHandler, NodesOfEachKind_AreTakenSkippedEndTheParseOrFailIt) {
     std::string many = run;
     for (int i = 0; i < 201; ++i)
         many += Data(i, "xy");
-    Check({
-        {"two runs", run + Data(8, "z") + Function(0xF1) + Data(9, "z") + length8, "3 8 - -"},
-        {"202 chunks", many + length8, "202 8 - -"},
-        {"data node unannounced", Function(0x0C) + Data(1, "xy") + length8, "0 0 - -"},
-        {"function node of 4 bytes", run + Function(1, "", 4) + length8, "1 0 - -"},
-        {"data node of 8 bytes", run + Data(1, "", 8) + length8, "1 0 - -"},
-        {"data node of least length", run + Data(1, "", INT_MIN) + length8, "1 0 - -"},
-        {"data node that leads back", Function(0x0A) + Data(1, "", -5), "0 0 - -"},
-        {"data node past 2^31", run + Data(1, "", INT_MAX) + length8, "2 0 - -"},
-    });
-}
-
-TEST(CUMDHandler, ChaptersAndTitles_FitTogetherOrFailTheParse) {
     const std::string more = Function(0x83) + Data(1, std::string(20, '\0'));
     const std::string none = Function(0x83) + Data(1, "odd");
     const std::string own = Function(0x84, "\2A\0\0"s);
     const std::string a = Data(2, "\2A\0\0"s), b = Data(2, "\2B\0\4C\0D\0more"s);
-    Check({
+    const struct {
+        const char* name;
+        std::string nodes;
+        const char* summary;
+    } cases[] = {
+        {"unknown types", Function(0x101, "\2") + Function(0xFF83, "1234") + length8, "0 8 - -"},
+        {"other book", length8 + run + Function(1, "\2"), "failed 0 0 -"},
+        {"two lengths", length8 + Function(0x0B, Int(-9)), "0 -9 - -"},
+        {"length of 5 bytes", Function(0x0B, "\1\0\0\0\0"s), "failed 0 0 -"},
+        {"titles A and B", Function(2, "A\0"s) + Function(2, "B\0"s), "0 0 B -"},
+        {"empty title", Function(2, "A\0"s) + Function(2) + length8, "0 8 A -"},
+        {"title of 3 bytes", Function(2, "A\0B"s), "0 0 AB -"},
+        {"title with a zero unit", Function(2, "A\0\0\0B\0"s), "0 0 A -"},
+        {"title of a failed book", Function(2, "A\0"s) + Function(1, "\2"), "failed 0 0 A"},
+        {"two runs", run + Data(8, "z") + Function(0xF1) + Data(9, "z") + length8, "3 8 - -"},
+        {"202 chunks", many + length8, "202 8 - -"},
+        {"function node of 4 bytes", run + Function(1, "", 4) + length8, "1 0 - -"},
+        {"data node of 8 bytes", run + Data(1, "", 8) + length8, "1 0 - -"},
+        {"data node of least length", run + Data(1, "", INT_MIN) + length8, "1 0 - -"},
+        {"data node past 2^31", run + Data(1, "", INT_MAX) + length8, "2 0 - -"},
         {"titles and a chunk", table + titles + b + Data(3, "xy") + length8, "1 8 - 0:B -6:CD"},
-        {"titles twice", table + titles + a + titles + b, "0 0 - 0:B -6:CD"},
         {"titles in the 0x84 node", table + own + length8, "0 8 - 0:A -6:"},
-        {"titles missing", table + length8, "0 8 - 0:? -6:?"},
         {"titles before the table", titles + a + table, "failed 0 0 -"},
         {"titles of another identifier", table + Function(0x84, Int(3)) + a, "failed 0 0 -"},
         {"identifier of 1 byte", table + Function(0x84, "\2") + a, "0 0 - 0:A -6:"},
@@ -233,10 +198,12 @@ TEST(CUMDHandler, ChaptersAndTitles_FitTogetherOrFailTheParse) {
         {"no chapters nor titles", none + titles + Data(2, ""), "failed 0 0 -"},
         {"empty table", Function(0x83) + Data(1, ""), "failed 0 0 -"},
         {"two tables", table + table, "failed 0 0 -"},
-        {"second table missing", table + Function(0x83) + length8, "0 8 - 0:? -6:?"},
         {"table of 2 GB", Function(0x83) + Data(1, Int(0), INT_MAX), "failed 0 0 -"},
         {"table that leads back", length8 + Function(0x83) + Data(1, "", -5), "0 8 - -"},
-    });
+    };
+    // The signature is ignored; as a node it would fail the parse that comes back to it.
+    for (const auto& c : cases)
+        EXPECT_EQ(Handler("#\x0B\0Z"s + c.nodes).Summary(), c.summary) << c.name;
 }
 
 // --- chunks -------------------------------------------------------------------------------------
@@ -249,11 +216,10 @@ std::string Text(std::size_t size) {
 }
 
 TEST(CUMDHandler, ChunkOfAnySize_ComesInTheSmallestBufferOfWholeSteps) {
-    const std::size_t sizes[][2] = {{0, 33792},     {20000, 33792},        {33792, 33792},
-                                    {33793, 44032}, {40000, 44032},        {44032, 44032},
-                                    {44033, 54272}, {100000000, 100000768}};
+    const std::size_t sizes[][2] = {{0, 33792},     {33792, 33792}, {33793, 44032},
+                                    {44032, 44032}, {44033, 54272}, {100000000, 100000768}};
     for (const auto& [size, buffer] : sizes) {
-        Handler book("any4" + Function(0x0A) + Data(1, Deflated(Text(size))));
+        Handler book("any4" + Function(0x0A) + Data(1, Deflated(Text(size)) + "rest"));
         EXPECT_TRUE(book.Chunk(0) == Text(size)) << size;
         int length = 0;
         const MallocPtr<unsigned char> text(book.GetChunkContent(0, &length));
@@ -263,24 +229,16 @@ TEST(CUMDHandler, ChunkOfAnySize_ComesInTheSmallestBufferOfWholeSteps) {
 
 TEST(CUMDHandler, ChunkThatIsNoWholeStream_IsLost) {
     const std::string small = Deflated(Text(100)), large = Deflated(Text(50000));
-    const std::string nodes[] = {
-        Data(1, ""),
-        Data(1, "no zlib stream"),
-        Data(1, "\x78\xBB\0\0\0\1"s), // asks for a preset dictionary
-        Data(1, small.substr(0, small.size() - 1)),
-        Data(1, large.substr(0, large.size() - 1)),
-        Data(1, large.substr(0, large.size() - 1) + '?'),
-        Data(1, small, INT_MAX),
-        Data(1, small) + Function(1, "\2"), // a failed book
-    };
-    for (const std::string& node : nodes)
+    for (const std::string& node :
+         {Data(1, ""), Data(1, "\x78\xBB\0\0\0\1"s), // asks for a preset dictionary
+          Data(1, small.substr(0, small.size() - 1)), Data(1, large.substr(0, large.size() - 1)),
+          Data(1, large.substr(0, large.size() - 1) + '?'), Data(1, small, INT_MAX),
+          Data(1, small) + Function(1, "\2")}) // a failed book
         for (int index : {-1, 0, 1})
             EXPECT_EQ(Handler("any4" + Function(0x0A) + node).Chunk(index), "-") << node.size();
-    EXPECT_EQ(Handler("any4" + Function(0x0A) + Data(1, small + "rest")).Chunk(0), Text(100));
 }
 
-// --- the example of the format's document, whole and damaged
-// --------------------------------------
+// --- the example of the format's document, whole and damaged -----------------------------------
 
 // Lines of the listing: offset, two spaces, bytes in hex, two spaces, words.
 std::string Example() {
@@ -315,18 +273,21 @@ TEST(CUMDHandler, BookCutOffAnywhere_KeepsAllThatStandsBeforeTheCut) {
         SCOPED_TRACE(size);
         Handler cut(file.substr(0, size));
         const bool inFact = size == 0x09 || (size >= 0x51 && size < 0x55);
-        EXPECT_EQ(cut.Ready(), !inFact && (size < 0x67 || size >= 0x6f)); // the chapter table
+        EXPECT_EQ(cut.m_bReady, !inFact && (size < 0x67 || size >= 0x6f)); // the chapter table
         EXPECT_TRUE(cut.Strings() == whole.Strings() || size < 0x4c);
         EXPECT_EQ(cut.GetChunkCount(), (size >= 0x92) + (size >= 0xb0) + (size >= 0xd9));
-        for (int i = 0; i < cut.GetChunkCount(); ++i)
-            EXPECT_EQ(cut.Chunk(i), static_cast<int>(size) < whole.EndOf(i) ? "-" : whole.Chunk(i));
+        for (int i = 0; i < cut.GetChunkCount(); ++i) {
+            const auto& chunk = whole.m_pChunks.get()[i];
+            const bool lost = static_cast<int>(size) < chunk.offset + chunk.length;
+            EXPECT_EQ(cut.Chunk(i), lost ? "-" : whole.Chunk(i));
+        }
     }
 }
 
 // Strings or none, and of the chunks nothing but texts of the whole book.
 void ExpectNothingWrong(Handler& book, Handler& whole) {
     EXPECT_GE(book.Strings().size(), 16u);
-    EXPECT_LE(book.GetChunkCount(), book.Ready() ? 4 : 0);
+    EXPECT_LE(book.GetChunkCount(), book.m_bReady ? 4 : 0);
     for (int i = 0; i < book.GetChunkCount(); ++i) {
         const std::string text = book.Chunk(i);
         EXPECT_TRUE(text == "-" || text == whole.Chunk(0) || text == whole.Chunk(1) ||
@@ -346,7 +307,7 @@ TEST(CUMDHandler, BookWithAnyBitFlipped_AnswersAndGivesNoWrongText) {
     }
 }
 
-TEST(CUMDHandler, StreamThatFailsAtAnyOperation_GivesNothingWrongAndIsDestroyed) {
+TEST(CUMDHandler, StreamThatFailsAtAnyOperation_GivesNothingWrong) {
     EXPECT_EQ(CUMDHandler(nullptr).GetChunkCount(), 0);
     Handler whole(Example());
     for (int count : {1, INT_MAX}) {
@@ -356,12 +317,11 @@ TEST(CUMDHandler, StreamThatFailsAtAnyOperation_GivesNothingWrongAndIsDestroyed)
             faults.operations = 0;
             Handler book(Example(), &faults);
             // Without its abilities, the seek to the first node or the length there is no book.
-            EXPECT_FALSE(book.Ready() && faults.first < 4);
+            EXPECT_FALSE(book.m_bReady && faults.first < 4);
             EXPECT_TRUE(book.Summary() == whole.Summary() || faults.operations > faults.first);
             ExpectNothingWrong(book, whole);
         }
         EXPECT_GT(faults.first, 60);
-        EXPECT_EQ(faults.streams, 0);
     }
 }
 

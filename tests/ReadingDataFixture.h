@@ -8,12 +8,14 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include "IBookIndexProxy.h"
+#include "IBookInfoProxy.h"
 #include "IBookPathTableProxy.h"
 #include "IBookTagProxy.h"
 #include "readingdata/CBookAnnotationImpl.h"
@@ -22,6 +24,8 @@
 #include "readingdata/CQvpFile.h"
 
 namespace readingdata {
+
+using namespace QvFormat;
 
 inline std::string Le32(std::uint32_t value) {
     std::string bytes;
@@ -37,19 +41,22 @@ inline std::uint32_t FromLe32(const std::string& bytes, std::size_t at) {
     return value;
 }
 
+using Path = std::tuple<unsigned int, unsigned int, std::string>;
+using Note = std::tuple<unsigned int, unsigned int, unsigned int, std::string>;
+
 struct Record {
     int type;
     std::uint32_t id;
     std::string data;
-
-    bool operator==(const Record& other) const {
-        return type == other.type && id == other.id && data == other.data;
-    }
 };
 
 inline std::string Bytes(const Record& record) {
     return static_cast<char>(record.type) + Le32(record.id) +
            Le32(static_cast<std::uint32_t>(record.data.size())) + record.data;
+}
+
+inline bool operator==(const Record& one, const Record& other) {
+    return Bytes(one) == Bytes(other);
 }
 
 inline std::string FileOf(const std::vector<Record>& records, char version = 1, char revision = 0) {
@@ -62,14 +69,42 @@ inline std::string FileOf(const std::vector<Record>& records, char version = 1, 
 // The whole records of a file, in order.
 inline std::vector<Record> RecordsOf(const std::string& file) {
     std::vector<Record> records;
-    for (std::size_t at = 5; file.size() >= at + 9;) {
+    for (std::size_t at = 5; file.size() >= at + 9; at += 9 + records.back().data.size()) {
         const std::uint32_t length = FromLe32(file, at + 5);
         if (length > file.size() - at - 9)
             break;
         records.push_back({file[at], FromLe32(file, at + 1), file.substr(at + 9, length)});
-        at += 9 + length;
     }
     return records;
+}
+
+// A string of the book-information record.
+struct StringField {
+    const char* name;
+    QVRESULT (IBookInfoProxy::*get)(char**);
+    QVRESULT (IBookInfoProxy::*set)(char const*, unsigned int);
+    std::size_t offset; // in the record data this library makes
+    unsigned int capacity;
+};
+
+const StringField StringFields[] = {
+    {"book name", &IBookInfoProxy::GetBookName, &IBookInfoProxy::SetBookName, 0, 200},
+    {"author", &IBookInfoProxy::GetAuthorName, &IBookInfoProxy::SetAuthorName, 204, 200},
+    {"cover", &IBookInfoProxy::GetCoverPagePath, &IBookInfoProxy::SetCoverPagePath, 408, 512},
+    {"publisher", &IBookInfoProxy::GetPublisherName, &IBookInfoProxy::SetPublisherName, 924, 200},
+    {"ISBN", &IBookInfoProxy::GetISBN, &IBookInfoProxy::SetISBN, 1128, 100},
+    {"summary", &IBookInfoProxy::GetSummary, &IBookInfoProxy::SetSummary, 1232, 1024},
+    {"section", &IBookInfoProxy::GetLatestSection, &IBookInfoProxy::SetLatestSection, 2290, 512},
+};
+
+constexpr std::size_t SourceAt = 2260, ProgressAt = 2261, BookmarkAt = 2265, SerializedAt = 2289;
+
+// New record data, from the capacities.
+inline std::string EmptyInfo() {
+    std::string data(2806, '\0');
+    for (const StringField& field : StringFields)
+        data.replace(field.offset, 4, Le32(field.capacity));
+    return data.replace(BookmarkAt, 4, Le32(20));
 }
 
 // A folder of its own for each test, removed afterwards, with one reading-data file in it.
@@ -82,7 +117,10 @@ protected:
         std::filesystem::create_directories(m_Folder);
         m_Path = (m_Folder / "book.umd.qvp").string();
     }
-    ~Fixture() override { std::filesystem::remove_all(m_Folder); }
+    ~Fixture() override {
+        m_pFile.reset();
+        std::filesystem::remove_all(m_Folder);
+    }
 
     void Write(const std::string& bytes) {
         std::filesystem::remove(m_Path); // some file systems sync a file that is written over
@@ -96,148 +134,159 @@ protected:
 
     std::vector<Record> Records() const { return RecordsOf(Read()); }
 
-    std::unique_ptr<QvFormat::CQvpFile> Open(int create = 0) const {
-        auto file = std::make_unique<QvFormat::CQvpFile>();
-        EXPECT_EQ(QvFormat::QV_S_OK, file->Open(m_Path.c_str(), create));
+    std::unique_ptr<CQvpFile> Open(int create = 0) const {
+        auto file = std::make_unique<CQvpFile>();
+        EXPECT_EQ(QV_S_OK, file->Open(m_Path.c_str(), create));
         return file;
     }
 
-    std::size_t FilesInFolder() const {
-        return static_cast<std::size_t>(
-            std::distance(std::filesystem::directory_iterator(m_Folder), {}));
+    void Reopen() {
+        m_pFile.reset();
+        m_pFile = Open(1);
+    }
+
+    void WriteAndOpen(const std::vector<Record>& records) {
+        m_pFile.reset();
+        Write(FileOf(records));
+        Reopen();
+    }
+
+    // "type*length(count)" of every record in the file, after a flush.
+    std::string Shape() const {
+        EXPECT_EQ(QV_S_OK, m_pFile->Flush());
+        std::string shape;
+        for (const Record& record : Records())
+            shape += std::to_string(record.type) + "*" + std::to_string(record.data.size()) + "(" +
+                     std::to_string(FromLe32(record.data, 0)) + ") ";
+        return shape;
+    }
+
+    long FilesInFolder() const {
+        return std::distance(std::filesystem::directory_iterator(m_Folder), {});
+    }
+
+    // --- what goes through the proxies, as values -----------------------------------------------
+
+    static int Take(int item) { return item; }
+    static std::string Take(char* text) { return std::unique_ptr<char[]>(text).get(); }
+    static Path Take(const QvpPathItem& item) {
+        return {item.nValue0, item.nValue1, Take(item.pszPath)};
+    }
+    static Note Take(IBookAnnotation& annotation) {
+        unsigned int block = 99, offset = 99, length = 99;
+        char* comment = nullptr;
+        EXPECT_EQ(QV_S_OK, annotation.GetBlockIndex(&block));
+        EXPECT_EQ(QV_S_OK, annotation.GetOffset(&offset));
+        EXPECT_EQ(QV_S_OK, annotation.GetLength(&length));
+        annotation.GetComment(&comment);
+        return {block, offset, length, comment ? Take(comment) : ""};
+    }
+
+    static int Give(int item) { return item; }
+    static char* Give(std::string& text) { return text.data(); }
+    static QvpPathItem Give(Path& path) {
+        return {std::get<0>(path), std::get<1>(path), std::get<2>(path).data()};
+    }
+    static void Give(Note note, IBookAnnotation* annotation) {
+        annotation->SetBlockIndex(std::get<0>(note));
+        annotation->SetOffset(std::get<1>(note));
+        annotation->SetLength(std::get<2>(note));
+        annotation->SetComment(std::get<3>(note).data());
+    }
+
+    static auto Setter(IBookIndexProxy&) { return &IBookIndexProxy::SetIndexList; }
+    static auto Setter(IBookTagProxy&) { return &IBookTagProxy::SetTagList; }
+    static auto Setter(IBookPathTableProxy&) { return &IBookPathTableProxy::SetPathTable; }
+
+    // The result of a getter with what it handed out.
+    template<typename Proxy, typename Item>
+    static auto GetList(Proxy& proxy, QVRESULT (Proxy::*getter)(Item**, unsigned int*)) {
+        Item* items = nullptr;
+        unsigned int count = 0;
+        const QVRESULT result = (proxy.*getter)(&items, &count);
+        const std::unique_ptr<Item[]> owned(items);
+        std::vector<decltype(Take(*items))> values;
+        for (unsigned int i = 0; items && i < count; ++i)
+            values.push_back(Take(items[i]));
+        return std::pair(result, values);
+    }
+    static auto Get(IBookIndexProxy& proxy) {
+        return GetList(proxy, &IBookIndexProxy::GetIndexList);
+    }
+    static auto Get(IBookTagProxy& proxy) { return GetList(proxy, &IBookTagProxy::GetTagList); }
+    static auto Get(IBookPathTableProxy& proxy) {
+        return GetList(proxy, &IBookPathTableProxy::GetPathTable);
+    }
+    static auto Get(IBookAnnotationProxy& proxy, QvAnnotationType type) {
+        IBookAnnotation* first = nullptr;
+        unsigned int count = 0;
+        const QVRESULT result = proxy.GetAnnotationList(type, &first, &count);
+        const std::unique_ptr<CBookAnnotationImpl[]> list(static_cast<CBookAnnotationImpl*>(first));
+        std::vector<Note> notes;
+        for (unsigned int i = 0; i < count; ++i)
+            notes.push_back(Take(list[i]));
+        return std::pair(result, notes);
+    }
+    static auto Get(IBookInfoProxy& proxy) {
+        IBookAnnotation* bookmark = nullptr;
+        const QVRESULT result = proxy.GetReadingBookmark(&bookmark);
+        const std::unique_ptr<IBookAnnotation> owned(bookmark);
+        return std::pair(result, bookmark ? Take(*bookmark) : Note());
+    }
+    static std::string Get(IBookInfoProxy& proxy, QVRESULT (IBookInfoProxy::*getter)(char**)) {
+        char* text = nullptr;
+        return (proxy.*getter)(&text) == QV_S_OK ? Take(text) : "failed";
+    }
+
+    template<typename Proxy, typename Value>
+    static QVRESULT Set(Proxy& proxy, std::vector<Value> values) {
+        std::vector<decltype(Give(values[0]))> items;
+        for (Value& value : values)
+            items.push_back(Give(value));
+        return (proxy.*Setter(proxy))(items.data(), static_cast<unsigned int>(items.size()));
+    }
+
+    static QVRESULT Set(IBookAnnotationProxy& proxy, QvAnnotationType type,
+                        const std::vector<Note>& notes) {
+        const auto count = static_cast<unsigned int>(notes.size());
+        const std::unique_ptr<CBookAnnotationImpl[]> list(
+            CBookAnnotationListProxy::NewList(type, count));
+        for (unsigned int i = 0; i < count; ++i)
+            Give(notes[i], &list[i]);
+        return proxy.SetAnnotationList(type, list.get(), count);
+    }
+
+    static QVRESULT Set(IBookInfoProxy& proxy, const Note& bookmark) {
+        CBookAnnotationImpl annotation(QvAnnotationPosition);
+        Give(bookmark, &annotation);
+        return proxy.SetReadingBookmark(&annotation);
+    }
+
+    // The same through a new proxy for a file id.
+    template<typename Proxy, typename... Arguments>
+    static QVRESULT SetBy(CQvpFile& file, unsigned int fileId, const Arguments&... arguments) {
+        Proxy proxy(&file, fileId);
+        return Set(proxy, arguments...);
+    }
+
+    template<typename Proxy, typename... Type>
+    static auto GetBy(CQvpFile& file, unsigned int fileId, Type... type) {
+        Proxy proxy(&file, fileId);
+        return Get(proxy, type...);
+    }
+
+    static QVRESULT SetIndex(CQvpFile& file, unsigned int fileId, const std::vector<int>& entries) {
+        return SetBy<CBookIndexProxyImpl>(file, fileId, entries);
+    }
+
+    // Empty also where the file has no such list.
+    static std::vector<int> IndexOf(CQvpFile& file, unsigned int fileId) {
+        return GetBy<CBookIndexProxyImpl>(file, fileId).second;
     }
 
     std::filesystem::path m_Folder;
     std::string m_Path;
+    std::unique_ptr<CQvpFile> m_pFile;
 };
-
-// What a getter of an object hands out, owned.
-template<typename Interface, typename Get>
-std::unique_ptr<Interface> Obtain(Get get) {
-    Interface* object = nullptr;
-    EXPECT_EQ(QvFormat::QV_S_OK, get(&object));
-    return std::unique_ptr<Interface>(object);
-}
-
-// --- lists as values, through a proxy or through a new one for a file id
-// ---------------------------
-
-struct Path {
-    unsigned int value0, value1;
-    std::string path;
-
-    bool operator==(const Path& other) const {
-        return value0 == other.value0 && value1 == other.value1 && path == other.path;
-    }
-};
-
-struct Note {
-    unsigned int block, offset, length;
-    std::string comment;
-
-    bool operator==(const Note& other) const {
-        return block == other.block && offset == other.offset && length == other.length &&
-               comment == other.comment;
-    }
-};
-
-inline QvFormat::QVRESULT Set(QvFormat::IBookIndexProxy& proxy, std::vector<int> entries) {
-    return proxy.SetIndexList(entries.data(), static_cast<unsigned int>(entries.size()));
-}
-
-inline QvFormat::QVRESULT Get(QvFormat::IBookIndexProxy& proxy, std::vector<int>* entries) {
-    int* list = nullptr;
-    unsigned int count = 0;
-    const QvFormat::QVRESULT result = proxy.GetIndexList(&list, &count);
-    entries->assign(list, list ? list + count : list); // without memory there is only the count
-    delete[] list;
-    return result;
-}
-
-inline QvFormat::QVRESULT Set(QvFormat::IBookTagProxy& proxy, std::vector<std::string> tags) {
-    std::vector<char*> list(tags.size());
-    for (std::size_t i = 0; i < tags.size(); ++i)
-        list[i] = &tags[i][0];
-    return proxy.SetTagList(list.data(), static_cast<unsigned int>(list.size()));
-}
-
-inline QvFormat::QVRESULT Get(QvFormat::IBookTagProxy& proxy, std::vector<std::string>* tags) {
-    char** list = nullptr;
-    unsigned int count = 0;
-    const QvFormat::QVRESULT result = proxy.GetTagList(&list, &count);
-    tags->assign(list, list + count);
-    for (unsigned int i = 0; i < count; ++i)
-        delete[] list[i];
-    delete[] list;
-    return result;
-}
-
-inline QvFormat::QVRESULT Set(QvFormat::IBookPathTableProxy& proxy, std::vector<Path> paths) {
-    std::vector<QvFormat::QvpPathItem> list(paths.size());
-    for (std::size_t i = 0; i < paths.size(); ++i)
-        list[i] = {paths[i].value0, paths[i].value1, &paths[i].path[0]};
-    return proxy.SetPathTable(list.data(), static_cast<unsigned int>(list.size()));
-}
-
-inline QvFormat::QVRESULT Get(QvFormat::IBookPathTableProxy& proxy, std::vector<Path>* paths) {
-    QvFormat::QvpPathItem* list = nullptr;
-    unsigned int count = 0;
-    const QvFormat::QVRESULT result = proxy.GetPathTable(&list, &count);
-    paths->clear();
-    for (unsigned int i = 0; i < count; ++i) {
-        paths->push_back({list[i].nValue0, list[i].nValue1, list[i].pszPath});
-        delete[] list[i].pszPath;
-    }
-    delete[] list;
-    return result;
-}
-
-inline QvFormat::QVRESULT Set(QvFormat::IBookAnnotationProxy& proxy,
-                              QvFormat::QvAnnotationType type, std::vector<Note> notes) {
-    const auto count = static_cast<unsigned int>(notes.size());
-    const std::unique_ptr<QvFormat::CBookAnnotationImpl[]> list(
-        QvFormat::CBookAnnotationListProxy::NewList(type, count));
-    for (unsigned int i = 0; i < count; ++i) {
-        list[i].SetBlockIndex(notes[i].block);
-        list[i].SetOffset(notes[i].offset);
-        list[i].SetLength(notes[i].length);
-        list[i].SetComment(&notes[i].comment[0]);
-    }
-    return proxy.SetAnnotationList(type, list.get(), count);
-}
-
-inline QvFormat::QVRESULT Get(QvFormat::IBookAnnotationProxy& proxy,
-                              QvFormat::QvAnnotationType type, std::vector<Note>* notes) {
-    QvFormat::IBookAnnotation* first = nullptr;
-    unsigned int count = 0;
-    const QvFormat::QVRESULT result = proxy.GetAnnotationList(type, &first, &count);
-    const std::unique_ptr<QvFormat::CBookAnnotationImpl[]> list(
-        static_cast<QvFormat::CBookAnnotationImpl*>(first));
-    notes->assign(count, {});
-    for (unsigned int i = 0; i < count; ++i) {
-        list[i].GetBlockIndex(&(*notes)[i].block);
-        list[i].GetOffset(&(*notes)[i].offset);
-        list[i].GetLength(&(*notes)[i].length);
-        char* comment = nullptr;
-        if (list[i].GetComment(&comment) == QvFormat::QV_S_OK)
-            (*notes)[i].comment = comment;
-        delete[] comment;
-    }
-    return result;
-}
-
-inline QvFormat::QVRESULT SetIndex(QvFormat::CQvpFile& file, unsigned int fileId,
-                                   const std::vector<int>& entries) {
-    QvFormat::CBookIndexProxyImpl proxy(&file, fileId);
-    return Set(proxy, entries);
-}
-
-// Empty also where the file has no such list.
-inline std::vector<int> IndexOf(QvFormat::CQvpFile& file, unsigned int fileId) {
-    QvFormat::CBookIndexProxyImpl proxy(&file, fileId);
-    std::vector<int> entries;
-    Get(proxy, &entries);
-    return entries;
-}
 
 } // namespace readingdata

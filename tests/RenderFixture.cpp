@@ -1,6 +1,6 @@
 #include "RenderFixture.h"
 
-#include <cstring>
+#include <algorithm>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -53,7 +53,7 @@ int TakeLoads(ProbeRender& render) {
 
 unsigned char* Copy(const umdbook::Bytes& bytes) {
     auto* copy = static_cast<unsigned char*>(::operator new(bytes.size()));
-    std::memcpy(copy, bytes.data(), bytes.size());
+    std::copy(bytes.begin(), bytes.end(), copy);
     return copy;
 }
 
