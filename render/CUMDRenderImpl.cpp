@@ -351,13 +351,13 @@ bool CUMDRenderImpl::BeginsInsideParagraph(int block, const unsigned char* text,
 int CUMDRenderImpl::GetBlockInfo(int layoutOffset, int* block, int* offsetInBlock) {
     if (m_nSegmentBlocks < 1 || !block || !offsetInBlock)
         return 0;
-    const int offset = m_nStartOffset + layoutOffset;
+    const std::int64_t offset = std::int64_t{m_nStartOffset} + layoutOffset;
     const int* ends = m_pBlockOffsets.get() + 1;
     const auto found = std::upper_bound(ends, ends + m_nSegmentBlocks, offset) - ends;
     if (found == m_nSegmentBlocks)
         return 0;
     *block = m_nFirstBlock + static_cast<int>(found);
-    *offsetInBlock = offset - m_pBlockOffsets[found];
+    *offsetInBlock = static_cast<int>(offset - m_pBlockOffsets[found]);
     return 1;
 }
 

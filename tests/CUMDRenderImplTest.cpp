@@ -294,6 +294,7 @@ TEST(ContentTest, LayoutOffsetsMapToBlocksAndBack) {
     }
     block = offset = -9;
     EXPECT_EQ(render->GetBlockInfo(render->m_pBlockOffsets[80] - start, &block, &offset), 0);
+    EXPECT_EQ(render->GetBlockInfo(INT_MAX, &block, &offset), 0);
     EXPECT_EQ(block + offset, -18);
 }
 
