@@ -41,6 +41,26 @@ extern "C" void pango_ft2_render_layout(FT_Bitmap* bitmap, PangoLayout* layout, 
     next(bitmap, layout, x, y);
 }
 
+// Stands before Pango's own in this program, so that the lines drawn are seen. A line's text goes
+// on to where the next one begins, its separator included.
+extern "C" void pango_ft2_render_layout_line_subpixel(FT_Bitmap* bitmap, PangoLayoutLine* line,
+                                                      int x, int y) {
+    const std::string all = pango_layout_get_text(line->layout);
+    const GSList* item = g_slist_find(pango_layout_get_lines_readonly(line->layout), line);
+    const auto* after =
+        item && item->next ? static_cast<PangoLayoutLine*>(item->next->data) : nullptr;
+    const auto begin = static_cast<std::size_t>(line->start_index);
+    const auto end = after ? static_cast<std::size_t>(after->start_index) : all.size();
+    PangoRectangle logical;
+    pango_layout_line_get_extents(line, nullptr, &logical);
+    const int top = y + logical.y;
+    drawings.push_back({all.substr(begin, end - begin), begin < end || all.empty(),
+                        PANGO_PIXELS_CEIL(top), PANGO_PIXELS_CEIL(top + logical.height)});
+    static const auto next = Next<decltype(pango_ft2_render_layout_line_subpixel)>(
+        "pango_ft2_render_layout_line_subpixel");
+    next(bitmap, line, x, y);
+}
+
 namespace fixture {
 
 std::vector<Drawing> TakeDrawings() {
