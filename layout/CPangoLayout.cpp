@@ -377,7 +377,7 @@ int CPangoLayout::DrawPageFromLineNo(unsigned int line, QV_IMAGE image, int x, i
 int CPangoLayout::DrawTarget(QV_IMAGE image, int x, int y) {
     FT_Bitmap bitmap = GreyImage(image).Bitmap();
     const GObjectPtr<PangoLayout> layout =
-        NewReadableLayout(m_pLayout.get(), pango_layout_get_text(m_pLayout.get()), -1, false);
+        NewReadableLayout(m_pLayout.get(), pango_layout_get_text(m_pLayout.get()));
     pango_ft2_render_layout(&bitmap, layout.get(), x, y);
     return 1;
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstring>
 #include <new>
 
 #include <pango/pangoft2.h>
@@ -15,6 +14,9 @@ namespace QvFormat {
 
 namespace {
 
+const char kLineSeparator[] = "\u2028";
+const int kLineSeparatorBytes = sizeof(kLineSeparator) - 1;
+
 struct IterReleaser {
     void operator()(PangoLayoutIter* iter) const { pango_layout_iter_free(iter); }
 };
@@ -24,61 +26,49 @@ int Clamped(long long units) {
     return static_cast<int>(std::clamp<long long>(units, INT_MIN / 2, INT_MAX / 2));
 }
 
-// Right-to-left lines stand at the other side than the layout's alignment says.
-bool StandsLeft(const PangoLayoutLine* line) {
-    const PangoAlignment alignment = pango_layout_get_alignment(line->layout);
-    return alignment != PANGO_ALIGN_CENTER &&
-           (alignment == PANGO_ALIGN_LEFT) == (line->resolved_dir == PANGO_DIRECTION_LTR);
-}
-
-int RestOfParagraph(PangoLayout* settings, const char* text, int length) {
-    return pango_layout_get_single_paragraph_mode(settings) ? length
-                                                            : FirstParagraphLength(text, length);
-}
-
-int LineCount(const GObjectPtr<PangoLayout>& layout) {
-    return layout ? pango_layout_get_line_count(layout.get()) : 0;
+// Whether a line separator before the text makes a line of its own. None is needed where the text
+// begins with the end of its paragraph.
+bool CanSeparate(PangoLayout* settings, const char* text) {
+    return *text && !IsParagraphSeparator(g_utf8_get_char(text)) &&
+           !pango_layout_get_single_paragraph_mode(settings) &&
+           pango_layout_get_ellipsize(settings) == PANGO_ELLIPSIZE_NONE;
 }
 
 } // namespace
 
-// The rest of a paragraph is laid out with its separator, without which Pango may break its last
-// line elsewhere. The empty line that Pango adds after a separator is left out: the others follow.
+// Put before a text that goes on with a paragraph, a line separator takes the place of the
+// paragraph's first line, so that Pango gives the lines after it no first-line indent.
 KeptLines::KeptLines(PangoLayout* settings, bool continues) {
     const char* text = pango_layout_get_text(settings);
-    const int length = static_cast<int>(std::strlen(text));
-    const int rest = continues ? RestOfParagraph(settings, text, length) : 0;
-    if (rest > 0)
-        m_pRest = NewReadableLayout(settings, text, rest, true);
-    if (rest == 0 || rest < length)
-        m_pOthers = NewReadableLayout(settings, text + rest, length - rest, false);
-    const int restLines = LineCount(m_pRest) - (m_pRest && m_pOthers ? 1 : 0);
-    const int allLines = restLines + LineCount(m_pOthers);
-    m_pLines.reset(new (std::nothrow) Line[static_cast<std::size_t>(allLines)]);
-    if (!m_pLines)
-        return;
-    if (m_pRest)
-        Append(m_pRest.get(), restLines, 0,
-               pango_layout_get_width(settings) - pango_layout_get_width(m_pRest.get()));
-    if (m_pOthers)
-        Append(m_pOthers.get(), allLines, rest, 0);
-    if (m_nCount < allLines)
-        m_nCount = 0;
+    const bool separated = continues && CanSeparate(settings, text);
+    const std::unique_ptr<char, decltype(&g_free)> whole(
+        g_strconcat(separated ? kLineSeparator : "", text, nullptr), g_free);
+    m_pLayout = NewReadableLayout(settings, whole.get());
+    if (continues && pango_layout_get_single_paragraph_mode(settings))
+        pango_layout_set_indent(m_pLayout.get(), 0);
+    Keep(separated);
 }
 
-// Appends lines of a layout whose text begins at byte `offset`, until there are `end` lines.
-// `missingWidth` is what a negative indent took from its width.
-void KeptLines::Append(PangoLayout* layout, int end, int offset, int missingWidth) {
-    const LineInfoList infos(pango_layout_get_line_info_list(layout));
-    const std::unique_ptr<PangoLayoutIter, IterReleaser> iter(pango_layout_get_iter(layout));
+void KeptLines::Keep(bool separated) {
+    const int count = pango_layout_get_line_count(m_pLayout.get()) - separated;
+    const LineInfoList infos(pango_layout_get_line_info_list(m_pLayout.get()));
+    m_pLines.reset(new (std::nothrow) Line[static_cast<std::size_t>(count)]);
+    if (!infos || !m_pLines)
+        return;
     const PangoLineInfoNode* info = infos.get();
-    for (; info && m_nCount < end; info = info->next, ++m_nCount) {
-        Line& kept = m_pLines[m_nCount];
+    const std::unique_ptr<PangoLayoutIter, IterReleaser> iter(
+        pango_layout_get_iter(m_pLayout.get()));
+    if (separated) {
+        info = info->next;
+        pango_layout_iter_next_line(iter.get());
+    }
+    for (; info; info = info->next) {
         PangoRectangle logical;
         pango_layout_iter_get_line_extents(iter.get(), nullptr, &logical);
-        kept.line.reset(pango_layout_line_ref(pango_layout_iter_get_line_readonly(iter.get())));
-        kept.info = {offset + info->start_index, info->height};
-        kept.x = logical.x + (StandsLeft(kept.line.get()) ? missingWidth : 0);
+        Line& line = m_pLines[m_nCount++];
+        line.line.reset(pango_layout_line_ref(pango_layout_iter_get_line_readonly(iter.get())));
+        line.info = {info->start_index - (separated ? kLineSeparatorBytes : 0), info->height};
+        line.x = logical.x;
         pango_layout_iter_next_line(iter.get());
     }
 }
@@ -95,7 +85,7 @@ void KeptLines::Draw(int first, int end, const GreyImage& image) const {
         pango_layout_line_get_extents(line, nullptr, &logical);
         pango_ft2_render_layout_line_subpixel(&bitmap, line, Clamped(left + m_pLines[i].x),
                                               Clamped(top - logical.y));
-        top += 0LL + logical.height + pango_layout_get_spacing(line->layout);
+        top += 0LL + logical.height + pango_layout_get_spacing(m_pLayout.get());
     }
 }
 

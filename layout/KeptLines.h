@@ -36,11 +36,9 @@ private:
         int x; // of its left end, in Pango units
     };
 
-    void Append(PangoLayout* layout, int end, int offset, int missingWidth);
+    void Keep(bool separated);
 
-    // Never changed once they are laid out: Pango would drop their lines. Null where not needed.
-    GObjectPtr<PangoLayout> m_pRest;   // of the paragraph begun before the text
-    GObjectPtr<PangoLayout> m_pOthers; // all other paragraphs
+    GObjectPtr<PangoLayout> m_pLayout; // never changed: Pango would drop its lines
     std::unique_ptr<Line[]> m_pLines;
     int m_nCount = 0;
 };

@@ -1,17 +1,19 @@
-// Where paragraphs of UTF-8 text end. Pango decides: after U+2029, a line feed, a carriage return
-// or both of the latter.
+// Where paragraphs end: after U+2029, a line feed or a carriage return, as Pango has it.
 #pragma once
+
+#include <cstring>
 
 namespace QvFormat {
 
-// The bytes of the first paragraph, its separator included; all of the text when none ends in it.
-// `text` is terminated by a zero byte, because Pango looks past an incomplete character.
-int FirstParagraphLength(const char* text, int length);
+inline bool IsParagraphSeparator(char32_t character) {
+    return character == U'\n' || character == U'\r' || character == U'\u2029';
+}
 
-// Whether a character separates paragraphs.
-bool IsParagraphSeparator(char32_t character);
-
-// Whether a text's last character separates paragraphs. An empty text has none.
-bool EndsParagraph(const char* text, int length);
+// Whether the last character of a UTF-8 text separates paragraphs; an empty text has none.
+inline bool EndsParagraph(const char* text, int length) {
+    if (length >= 3 && std::memcmp(text + length - 3, "\u2029", 3) == 0)
+        return true;
+    return length >= 1 && IsParagraphSeparator(static_cast<unsigned char>(text[length - 1]));
+}
 
 } // namespace QvFormat

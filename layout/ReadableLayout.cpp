@@ -27,14 +27,6 @@ void LimitIndent(PangoLayout* layout) {
     pango_layout_set_indent(layout, std::clamp(indent, -limit, limit));
 }
 
-// Pango leaves a centred line its full width, whatever the indent.
-void ShapeAsInnerLines(PangoLayout* layout) {
-    const int indent = pango_layout_get_indent(layout);
-    if (indent < 0 && pango_layout_get_alignment(layout) != PANGO_ALIGN_CENTER)
-        pango_layout_set_width(layout, pango_layout_get_width(layout) + indent);
-    pango_layout_set_indent(layout, 0);
-}
-
 void ForbidBreaks(PangoAttrList* list, std::ptrdiff_t begin, std::ptrdiff_t end) {
     PangoAttribute* attribute = pango_attr_allow_breaks_new(FALSE);
     attribute->start_index = static_cast<guint>(begin);
@@ -67,13 +59,10 @@ void KeepClustersWhole(PangoLayout* layout) {
 
 } // namespace
 
-GObjectPtr<PangoLayout> NewReadableLayout(PangoLayout* settings, const char* text, int length,
-                                          bool continues) {
+GObjectPtr<PangoLayout> NewReadableLayout(PangoLayout* settings, const char* text) {
     GObjectPtr<PangoLayout> layout(pango_layout_copy(settings));
     LimitIndent(layout.get());
-    if (continues)
-        ShapeAsInnerLines(layout.get());
-    pango_layout_set_text(layout.get(), text, length);
+    pango_layout_set_text(layout.get(), text, -1);
     if (pango_layout_get_wrap(layout.get()) == PANGO_WRAP_WORD_CHAR)
         KeepClustersWhole(layout.get());
     return layout;
