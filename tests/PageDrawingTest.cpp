@@ -8,7 +8,6 @@
 #include <pango/pangoft2.h>
 
 #include "RenderFixture.h"
-#include "layout/GObjectPtr.h"
 
 using namespace QvFormat;
 
