@@ -36,10 +36,6 @@ int ToPangoUnits(long long pixels) {
     return static_cast<int>(std::clamp(pixels, -limit, limit)) * PANGO_SCALE;
 }
 
-int ToPixels(int pangoUnits) {
-    return pangoUnits / PANGO_SCALE;
-}
-
 // Our enumerations count as Pango's do; a value outside them is their 0.
 int KnownOrZero(int value, int last) {
     return value >= 0 && value <= last ? value : 0;
@@ -80,7 +76,7 @@ void ReplaceUnsafe(char* text, int length) {
 }
 
 PageCutter NewCutter(unsigned int pageHeight, const GObjectPtr<PangoLayout>& layout) {
-    return PageCutter(pageHeight, ToPixels(Get(layout, pango_layout_get_spacing)));
+    return PageCutter(pageHeight, Get(layout, pango_layout_get_spacing) / PANGO_SCALE);
 }
 
 } // namespace
@@ -92,18 +88,14 @@ void GObjectReleaser::operator()(void* object) const {
 CPangoLayout::CPangoLayout(const char* fontDescription, unsigned int width, unsigned int height,
                            unsigned int dpiX, unsigned int dpiY)
     : m_nLayoutWidth(width), m_nLayoutHeight(height) {
-    if (!fontDescription || !width || !height || !dpiX || !dpiY)
+    std::unique_ptr<TextState> state(new (std::nothrow) TextState);
+    if (!fontDescription || !width || !height || !dpiX || !dpiY || !state)
         return;
     m_pFontMap.reset(pango_ft2_font_map_new());
     pango_ft2_font_map_set_resolution(PANGO_FT2_FONT_MAP(m_pFontMap.get()), dpiX, dpiY);
     m_pContext.reset(pango_font_map_create_context(m_pFontMap.get()));
     m_pLayout.reset(pango_layout_new(m_pContext.get()));
-    auto* state = new (std::nothrow) TextState;
-    if (!state) {
-        m_pLayout.reset();
-        return;
-    }
-    g_object_set_data_full(G_OBJECT(m_pLayout.get()), kStateKey, state,
+    g_object_set_data_full(G_OBJECT(m_pLayout.get()), kStateKey, state.release(),
                            [](void* data) { delete static_cast<TextState*>(data); });
     CPangoLayout::SetFontDescription(fontDescription);
     CPangoLayout::SetLayoutRect(width, height);
@@ -199,7 +191,7 @@ void CPangoLayout::SetIndent(int pixels) {
 }
 
 int CPangoLayout::GetIndent(int* pixels) {
-    return Deliver(m_pLayout, pixels, ToPixels(Get(m_pLayout, pango_layout_get_indent)));
+    return Deliver(m_pLayout, pixels, Get(m_pLayout, pango_layout_get_indent) / PANGO_SCALE);
 }
 
 void CPangoLayout::SetLineSpacing(unsigned int pixels) {
@@ -208,7 +200,7 @@ void CPangoLayout::SetLineSpacing(unsigned int pixels) {
 }
 
 int CPangoLayout::GetLineSpacing(unsigned int* pixels) {
-    return Deliver(m_pLayout, pixels, ToPixels(Get(m_pLayout, pango_layout_get_spacing)));
+    return Deliver(m_pLayout, pixels, Get(m_pLayout, pango_layout_get_spacing) / PANGO_SCALE);
 }
 
 void CPangoLayout::SetJustify(int justify) {
@@ -278,9 +270,8 @@ void CPangoLayout::DoLayout() {
     std::unique_ptr<KeptLines> lines(new (std::nothrow)
                                          KeptLines(m_pLayout.get(), state.continues));
     const int count = lines ? lines->Count() : 0;
-    if (!count)
-        return;
-    m_pLineTable.reset(new (std::nothrow) QVLayoutLineInfo[static_cast<std::size_t>(count)]);
+    if (count)
+        m_pLineTable.reset(new (std::nothrow) QVLayoutLineInfo[static_cast<std::size_t>(count)]);
     if (!m_pLineTable)
         return;
     m_nLineCount = static_cast<unsigned int>(count);
@@ -325,9 +316,7 @@ int CPangoLayout::DrawPageFromPageNo(unsigned int page, QV_IMAGE image, int x, i
         return 0;
     if (!m_pLineTable)
         DoLayout();
-    if (page >= m_nPageCount)
-        return 0;
-    const int line = GetPageStartingLine(static_cast<int>(page));
+    const int line = page < m_nPageCount ? GetPageStartingLine(static_cast<int>(page)) : -1;
     if (line < 0)
         return 0;
     return static_cast<ITextLayout*>(this)->DrawPageFromLineNo(static_cast<unsigned int>(line),

@@ -24,8 +24,8 @@ using GObjectPtr = std::unique_ptr<T, GObjectReleaser>;
 // The line table is built, and the lines laid out, by the first query or drawing that needs them;
 // every setter drops both. Lengths are pixels; Pango's own unit is 1/1024 pixel.
 //
-// However large an indent is set, each line keeps room for some letters, and the getter answers
-// what was set. In the text a space stands in for U+0000, and an embedding for an isolate (U+2066
+// An indent beyond half the width leaves room for four wide letters; the getter answers what was
+// set. In the text a space stands in for U+0000, and an embedding for an isolate (U+2066
 // to U+2069).
 class UMDFORMAT_API CPangoLayout : public ITextLayout {
 public:
@@ -59,14 +59,14 @@ public:
     int DrawPageFromPageNo(unsigned int page, QV_IMAGE image, int x, int y) override;
     int DrawPageFromLineNo(unsigned int line, QV_IMAGE image, int x, int y) override;
 
-    // Says of the text last set that it begins inside a paragraph (1), so that its first line gets
-    // no first-line indent. SetText goes back to 0: the text begins a paragraph.
+    // Says that the text last set begins inside a paragraph (not 0), so that its first line gets no
+    // first-line indent. SetText goes back to 0: the text begins a paragraph.
     void SetTextContinues(int continues);
 
-    // Builds the line table and counts the pages; without text or memory there is none.
+    // Lays the text out, builds the line table and counts the pages; none without text or memory.
     void DoLayout();
 
-    // Drops the line table; lines and pages become 0.
+    // Drops the lines and the line table; both counts become 0.
     void ClearPages();
 
     // Both read the line table as it stands, without building it.

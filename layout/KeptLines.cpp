@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdlib>
+#include <cstring>
 #include <new>
 
 #include <pango/pangoft2.h>
@@ -15,29 +17,39 @@ namespace QvFormat {
 
 namespace {
 
-const char kReadable[] = "mmmm"; // fits into every line
-const char kLineSeparator[] = "\u2028";
-const int kLineSeparatorBytes = sizeof(kLineSeparator) - 1;
-
+// An indent beyond half the width leaves room for four wide letters.
 void LimitIndent(PangoLayout* layout) {
     const int indent = pango_layout_get_indent(layout);
-    if (!indent)
-        return;
     const int width = pango_layout_get_width(layout);
     int readable = 0;
-    pango_layout_set_indent(layout, 0);
+    if (std::abs(indent) <= width / 2)
+        return;
     pango_layout_set_width(layout, -1);
-    pango_layout_set_text(layout, kReadable, -1);
+    pango_layout_set_text(layout, "mmmm", -1);
     pango_layout_get_size(layout, &readable, nullptr);
     const int limit = std::max(width - readable, 0);
     pango_layout_set_width(layout, width);
     pango_layout_set_indent(layout, std::clamp(indent, -limit, limit));
 }
 
-// Unicode lets a line break between a space and a combining mark, which are one cluster. Pango 1.50
-// ends the process on such a cluster when it is wider than its line.
+// Whether no cluster holds the character and another one. It may say no of one that does stand
+// alone.
+bool StandsAlone(gunichar character) {
+    return character < 0x300 || (character >= 0x4e00 && character <= 0x9fff) ||
+           ((g_unichar_iswide(character) || g_unichar_ispunct(character) ||
+             g_unichar_isupper(character) || g_unichar_islower(character)) &&
+            !g_unichar_ismark(character) && g_unichar_type(character) != G_UNICODE_MODIFIER_SYMBOL);
+}
+
+// Unicode lets a line break inside some clusters, such as a space with a combining mark. Pango 1.50
+// ends the process when such a cluster is wider than its line.
 void KeepClustersWhole(PangoLayout* layout) {
     const char* text = pango_layout_get_text(layout);
+    const char* next = text;
+    while (*next && StandsAlone(g_utf8_get_char(next)))
+        next = g_utf8_next_char(next);
+    if (!*next)
+        return;
     const int count = pango_layout_get_character_count(layout);
     const std::unique_ptr<PangoLogAttr[]> places(
         new (std::nothrow) PangoLogAttr[static_cast<std::size_t>(count) + 1]);
@@ -45,7 +57,7 @@ void KeepClustersWhole(PangoLayout* layout) {
         return;
     pango_get_log_attrs(text, -1, -1, nullptr, places.get(), count + 1);
     PangoAttrList* list = pango_attr_list_new();
-    const char* next = text;
+    next = text;
     for (int i = 1; i < count; ++i) {
         const char* before = next;
         next = g_utf8_next_char(before);
@@ -81,19 +93,20 @@ KeptLines::KeptLines(PangoLayout* settings, bool continues)
     : m_pLayout(pango_layout_copy(settings)) {
     PangoLayout* layout = m_pLayout.get();
     const char* text = pango_layout_get_text(settings);
-    const bool separated = continues && CanSeparate(settings, text);
-    const std::unique_ptr<char, decltype(&g_free)> whole(
-        g_strconcat(separated ? kLineSeparator : "", text, nullptr), g_free);
+    const char* separator = continues && CanSeparate(settings, text) ? "\u2028" : "";
+    const std::unique_ptr<char, decltype(&g_free)> whole(g_strconcat(separator, text, nullptr),
+                                                         g_free);
     LimitIndent(layout);
     if (continues && pango_layout_get_single_paragraph_mode(settings))
         pango_layout_set_indent(layout, 0);
     pango_layout_set_text(layout, whole.get(), -1);
     if (pango_layout_get_wrap(layout) == PANGO_WRAP_WORD_CHAR)
         KeepClustersWhole(layout);
-    Keep(separated);
+    Keep(static_cast<int>(std::strlen(separator)));
 }
 
-void KeptLines::Keep(bool separated) {
+// The first `separator` bytes and their line are not of the text.
+void KeptLines::Keep(int separator) {
     const int count = pango_layout_get_line_count(m_pLayout.get());
     m_pLines.reset(new (std::nothrow) Line[static_cast<std::size_t>(count)]);
     if (!m_pLines)
@@ -101,15 +114,14 @@ void KeptLines::Keep(bool separated) {
     PangoLineInfoNode* node = pango_layout_get_line_info_list(m_pLayout.get());
     const std::unique_ptr<PangoLayoutIter, decltype(&pango_layout_iter_free)> iter(
         pango_layout_get_iter(m_pLayout.get()), pango_layout_iter_free);
-    for (m_nCount = node && separated ? -1 : 0; node; ++m_nCount) {
+    for (m_nCount = node && separator ? -1 : 0; node; ++m_nCount) {
         const MallocPtr<PangoLineInfoNode> owner(node);
         PangoRectangle logical;
         pango_layout_iter_get_line_extents(iter.get(), nullptr, &logical);
         if (m_nCount >= 0)
-            m_pLines[m_nCount] = {
-                pango_layout_iter_get_line_readonly(iter.get()),
-                {node->start_index - (separated ? kLineSeparatorBytes : 0), node->height},
-                logical.x};
+            m_pLines[m_nCount] = {pango_layout_iter_get_line_readonly(iter.get()),
+                                  {node->start_index - separator, node->height},
+                                  logical.x};
         pango_layout_iter_next_line(iter.get());
         node = node->next;
     }

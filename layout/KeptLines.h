@@ -15,8 +15,8 @@ public:
     // Lays out the text that `settings` holds, under its settings; it stays as it is. `continues`
     // says that the text goes on with a paragraph begun before it.
     //
-    // Two things differ from what Pango makes of the settings: beside an indent some letters fit
-    // into every line, and no line is broken inside a cluster.
+    // Two things differ from what Pango makes of the settings: beside an indent beyond half the
+    // width some letters fit into every line, and no line is broken inside a cluster.
     KeptLines(PangoLayout* settings, bool continues);
 
     // 0 when memory ran out.
@@ -35,7 +35,7 @@ private:
         int x; // of its left end, in Pango units
     };
 
-    void Keep(bool separated);
+    void Keep(int separator);
 
     GObjectPtr<PangoLayout> m_pLayout; // never changed: Pango would drop its lines
     std::unique_ptr<Line[]> m_pLines;
