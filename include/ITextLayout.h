@@ -19,7 +19,8 @@ enum QVLayoutWrapMode : int {
     QVLayoutWrapWordChar = 2, // between words, inside one only where it is wider than the layout
 };
 
-// What happens to a paragraph wider than the layout: nothing, or it is cut to one line.
+// What happens to a paragraph wider than the layout: nothing, or it is cut to one line and an
+// ellipsis stands for the part that is left out.
 enum QVLayoutEllipsizeMode : int {
     QVLayoutEllipsizeNone = 0,
     QVLayoutEllipsizeStart = 1,
@@ -28,13 +29,16 @@ enum QVLayoutEllipsizeMode : int {
 };
 
 // Breaks a run of UTF-8 text into lines of a pixel width, cuts the lines into pages of a pixel
-// height and draws a page into the caller's image. One thread at a time.
+// height and draws a page into the caller's image.
+//
+// One thread at a time may call it; two layouts in two threads may share state of the font stack
+// under Pango. Strings that are passed in are copied; what a caller owns is said at the operation.
 //
 // All lengths are pixels; indices count from 0. Operations that answer or draw return 1 for success
 // and 0 for failure; a null out-pointer is a failure (GetLayoutRect excepted). Setters ignore an
 // argument they refuse, and a value that is none of an enumeration's counts as its 0.
 //
-// The order of the operations is that of their virtual slots, a promise to hosts already compiled.
+// The order of the operations is that of their virtual slots: part of the binary interface.
 class UMDFORMAT_API ITextLayout {
 public:
     virtual ~ITextLayout();
@@ -44,10 +48,11 @@ public:
     // Either pointer may be null.
     virtual int GetLayoutRect(unsigned int* width, unsigned int* height) = 0;
 
-    // Copies `length` bytes of UTF-8; a length below 1 means up to the terminator. Null is ignored.
+    // Copies `length` bytes of UTF-8; with a length below 1, all bytes before the terminator. Null is
+    // ignored.
     virtual void SetText(const char* text, int length) = 0;
 
-    // A font description such as "Serif 18": family and size in points. Null is ignored.
+    // A font description such as "Serif 18": family, and size in points. Null is ignored.
     virtual void SetFontDescription(const char* description) = 0;
 
     virtual void SetWrap(QVLayoutWrapMode wrap) = 0;
@@ -57,7 +62,7 @@ public:
     virtual int GetEllipsize(QVLayoutEllipsizeMode* ellipsize) = 0;
     virtual int GetAlignment(QVLayoutAlignment* alignment) = 0;
 
-    // Indent of a paragraph's first line; negative indents all lines but the first.
+    // Indent of a paragraph's first line; a negative one indents all lines but the first.
     virtual void SetIndent(int pixels) = 0;
     virtual int GetIndent(int* pixels) = 0;
 

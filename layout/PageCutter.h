@@ -3,7 +3,7 @@
 namespace QvFormat {
 
 // Cuts a run of lines into pages: a line begins a new page when its own height no longer fits in
-// what is left of the page. The spacing behind a line counts against its page; the line that is
+// what is left of the page. The spacing after a line counts against its page; the line that is
 // tested needs only its height. Everything in pixels.
 class PageCutter {
 public:
@@ -11,7 +11,7 @@ public:
         : m_nPageHeight(pageHeight), m_nSpacing(spacing), m_nRemaining(pageHeight) {}
 
     // Takes the next line; true when a page break stands before it. A line taller than a page
-    // always has one, and so has the line behind it.
+    // always has one, and so has the line after it.
     bool BreaksBefore(int lineHeight) {
         const bool breaks = lineHeight > m_nRemaining;
         if (breaks)

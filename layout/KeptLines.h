@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+
+#include <pango/pango.h>
+
+#include "layout/CPangoLayout.h"
+
+namespace QvFormat {
+
+// The lines of a text as Pango laid them out, kept to be drawn page by page. A page drawn from them
+// looks as it does when the whole text is drawn at once.
+class KeptLines {
+public:
+    // Lays out the text that `settings` holds, under its settings; it stays as it is. `continues`
+    // says that the text goes on with a paragraph begun before it.
+    //
+    // Two things differ from what Pango makes of the settings: beside an indent beyond half the
+    // width some letters fit into every line, and no line is broken inside a cluster.
+    KeptLines(PangoLayout* settings, bool continues);
+
+    // 0 when memory ran out.
+    int Count() const { return m_nCount; }
+    // Offset in bytes of the text, height in whole pixels.
+    const QVLayoutLineInfo& Info(int line) const { return m_pLines[line].info; }
+
+    // Draws the lines from `first` up to `end`, which is left out, the first one's top left corner
+    // at pixel (x, y) of the image.
+    void Draw(int first, int end, const QV_IMAGE& image, int x, int y) const;
+
+private:
+    struct Line {
+        PangoLayoutLine* line; // of m_pLayout
+        QVLayoutLineInfo info;
+        int x; // of its left end, in Pango units
+    };
+
+    void Keep(int separator);
+
+    GObjectPtr<PangoLayout> m_pLayout; // never changed: Pango would drop its lines
+    std::unique_ptr<Line[]> m_pLines;
+    int m_nCount = 0;
+};
+
+} // namespace QvFormat
