@@ -18,9 +18,9 @@ constexpr int kUtf8Allocated = 3;
 
 } // namespace
 
-int SegmentText::OffsetOf(int block, int offsetInBlock) const {
-    const int index = block - first;
-    return index <= blocks ? offsets[static_cast<std::size_t>(index)] + offsetInBlock : Length();
+int SegmentText::OffsetOf(const BookPosition& place) const {
+    const int index = place.block - first;
+    return index <= blocks ? offsets[static_cast<std::size_t>(index)] + place.offset : Length();
 }
 
 // An offset that is not in the text comes from a damaged record and counts as its start.

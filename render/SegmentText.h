@@ -3,6 +3,7 @@
 #include <array>
 
 #include "base/Handles.h"
+#include "render/BookPosition.h"
 
 namespace QvFormat {
 
@@ -20,8 +21,8 @@ struct SegmentText {
 
     int Length() const { return offsets[static_cast<std::size_t>(blocks)]; }
 
-    // The byte of a place, which stands in the run or after it; the end for one after it.
-    int OffsetOf(int block, int offsetInBlock) const;
+    // The byte of a place; the end for one after the run.
+    int OffsetOf(const BookPosition& place) const;
 
     // Makes `start` the first byte of the character at `offset`, or 0 when that is not in the text.
     void StartAt(int offset);
