@@ -63,12 +63,6 @@ public:
     bool reportsSpacing = true;
 };
 
-umdbook::Bytes TextBook(const std::u16string& text, const umdbook::Options& options = {}) {
-    umdbook::Book book;
-    book.chapters.push_back({u"", text});
-    return umdbook::WriteBook(book, options);
-}
-
 char path[] = "/nonexistent/book.umd";
 
 TEST(RendererTest, OperationsBeforeInitializeAnswerAndChangeNothing) {

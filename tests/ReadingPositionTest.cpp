@@ -63,11 +63,7 @@ protected:
 
     std::string folder;
     std::string path;
-    const umdbook::Bytes novel = [] {
-        umdbook::Book book;
-        book.chapters.push_back({u"", Novel(kNovelBytes)});
-        return umdbook::WriteBook(book);
-    }();
+    const umdbook::Bytes novel = TextBook(Novel(kNovelBytes));
 };
 
 // A screen's text and, to tell it from one that begins alike, where it begins.
