@@ -1,11 +1,18 @@
 // The renderer object: its contract towards the application, who owns what, and the way from chunks
 // to laid-out text.
+#include <algorithm>
+#include <array>
 #include <climits>
+#include <cmath>
 #include <cstring>
 #include <fstream>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include <dlfcn.h>
+#include <malloc.h>
 
 #include <gtest/gtest.h>
 
@@ -14,6 +21,7 @@
 #include "RenderFixture.h"
 #include "base/CMemoryStream.h"
 #include "base/Handles.h"
+#include "layout/LayoutRegistry.h"
 #include "render/CUmdCustomizer.h"
 
 using namespace QvFormat;
@@ -42,7 +50,7 @@ public:
     }
     ~LinesLayout() override { --alive; }
     int GetLayoutRect(unsigned int* width, unsigned int* height) override {
-        return reportsRect ? CPangoLayout::GetLayoutRect(width, height) : 0;
+        return rectAnswers-- > 0 ? CPangoLayout::GetLayoutRect(width, height) : 0;
     }
     int GetLineSpacing(unsigned int* pixels) override {
         return reportsSpacing ? CPangoLayout::GetLineSpacing(pixels) : 0;
@@ -50,7 +58,7 @@ public:
     int GetLineTable(QVLayoutLineInfo** table, unsigned int* count) override {
         *table = nullptr;
         if (heights.empty())
-            return 0;
+            return answersWithoutLines;
         *count = static_cast<unsigned int>(heights.size());
         *table = new QVLayoutLineInfo[heights.size()];
         for (std::size_t i = 0; i < heights.size(); ++i)
@@ -59,8 +67,9 @@ public:
     }
 
     std::vector<int> heights;
-    bool reportsRect = true;
+    int rectAnswers = 1000;
     bool reportsSpacing = true;
+    int answersWithoutLines = 0;
 };
 
 char path[] = "/nonexistent/book.umd";
@@ -83,6 +92,9 @@ TEST(RendererTest, OperationsBeforeInitializeAnswerAndChangeNothing) {
     EXPECT_EQ(render.GetLineNumByOffset(5), -2);
     EXPECT_EQ(render.CreatUmdNodeIndexList(), 0);
     EXPECT_EQ(render.UmdSetText(0, 0), 0);
+    EXPECT_EQ(render.GotoReadableScreen(0, 1, &level), QV_E_NOTREADY);
+    EXPECT_EQ(render.GetCurPosition(&level, &level), 0);
+    EXPECT_EQ(render.GetBlockCount(), 0);
     EXPECT_EQ(customizer, nullptr);
     EXPECT_EQ(size + static_cast<unsigned int>(level) + pixel, 21u);
 }
@@ -172,18 +184,45 @@ TEST(RendererTest, InitializeOwnsWhatItAccepted) {
     EXPECT_EQ(alive, 2) << "nothing was taken over or released";
 }
 
+// With more chunks than the first, whose offsets were kept in a smaller table.
 TEST(RendererTest, SecondBookStartsAfreshButKeepsTheFontSize) {
     const auto render = Open(TextBook(Novel(60000)));
     render->SetFontSize(30);
     DrawText(*render);
     render->GotoNextScreen();
     auto* layout = new CountingLayout("fzlth 18", 600, 800, 72, 72);
-    EXPECT_EQ(render->Initialize(NewStream(TextBook(u"second")), layout, path), QV_S_OK);
+    const umdbook::Bytes second = TextBook(u"second " + Novel(60000), {128, true, true, true, {}});
+    EXPECT_EQ(render->Initialize(NewStream(second), layout, path), QV_S_OK);
+    EXPECT_GE(malloc_usable_size(render->m_pChunkOffsets.get()), 60000 / 128 * sizeof(int));
     int indent = 0;
     layout->GetIndent(&indent);
     EXPECT_EQ(indent, 60);
     EXPECT_EQ(render->GotoNextScreen(), QV_E_FAIL) << "nothing is laid out yet";
-    EXPECT_EQ(DrawText(*render), "second");
+    EXPECT_EQ(DrawText(*render).substr(0, 7), "second ");
+}
+
+// A host's class may be compiled without run-time type information, which then misses before its
+// virtual table. A layout that is not the library's own is asked for nothing but its slots.
+TEST(RendererTest, LayoutWithoutTypeInformationIsAskedForItsSlotsOnly) {
+    if (dlsym(RTLD_DEFAULT, "__ubsan_handle_dynamic_type_cache_miss"))
+        GTEST_SKIP() << "this sanitizer reads the type information of every object";
+    for (const bool foreign : {false, true}) {
+        auto* layout = new CountingLayout("fzlth 18", 600, 800, 72, 72);
+        void** slots = *reinterpret_cast<void***>(layout);
+        std::array<void*, 32> table{}; // two words before the slots, 25 slots
+        std::copy_n(slots - 2, 27, table.begin());
+        table[1] = nullptr;
+        *reinterpret_cast<void***>(layout) = &table[2];
+        if (foreign)
+            UnregisterLayout(layout);
+        ProbeRender render;
+        ASSERT_EQ(render.Initialize(NewStream(TextBook(std::u16string(6000, u'字'))), layout, path),
+                  QV_S_OK);
+        EXPECT_EQ(render.UmdSetText(5, 0), 1);
+        EXPECT_EQ(render.m_pLineTable[1].offset, foreign ? 31 * 3 : 33 * 3)
+            << "a first-line indent";
+        *reinterpret_cast<void***>(layout) = slots;
+    }
 }
 
 TEST(FactoryTest, OpensAFileAndRefusesWhatIsNoBook) {
@@ -208,12 +247,34 @@ TEST(FactoryTest, OpensAFileAndRefusesWhatIsNoBook) {
     std::remove((file + ".qvp").c_str());
 }
 
+// A word longer than a line goes on in the next one.
+TEST(FactoryTest, NoScreenHasInkCutOffAtItsRightEdge) {
+    const std::string file = testing::TempDir() + "edge-test.umd";
+    const umdbook::Bytes book = TextBook(u"http://" + std::u16string(900, u'w') + u"\u2029" +
+                                         Novel(20000) + std::u16string(2000, u'm') + Novel(20000));
+    std::ofstream(file, std::ios::binary)
+        .write(reinterpret_cast<const char*>(book.data()), static_cast<long>(book.size()));
+    IFormatRender* opened = nullptr;
+    ASSERT_EQ(CreateFormatRenderInstance(file.c_str(), &opened), QV_S_OK);
+    const std::unique_ptr<IFormatRender> render(opened);
+    int screens = 0;
+    do {
+        std::vector<unsigned char> pixels(600 * 800);
+        render->DrawCurScreen({0, pixels.data(), 800, 600, 600}, 0, 0);
+        for (std::size_t row = 0; row < 800; ++row)
+            ASSERT_EQ(pixels[row * 600 + 599], 0) << "row " << row << " of screen " << screens;
+        ++screens;
+    } while (render->GotoNextScreen() == QV_S_OK);
+    EXPECT_GT(screens, 15);
+    std::remove(file.c_str());
+}
+
 // --- from chunks to text ------------------------------------------------------------------------
 
 TEST(ContentTest, SegmentsCoverTheBookWhateverTheChunks) {
     const struct {
         std::size_t units, chunkBytes;
-    } rows[] = {{5120, 128}, {5121, 10240}, {65, 2}, {20000, 1000}, {20000, 32768}, {20000, 10240}};
+    } rows[] = {{5121, 10240}, {65, 2}, {20000, 1000}, {20000, 32768}};
     for (const auto& row : rows) {
         const std::u16string text = Novel(row.units * 2);
         const auto render = Open(TextBook(text, {row.chunkBytes, true, true, true, {}}));
@@ -249,6 +310,21 @@ TEST(ContentTest, ChunksShorterThanDeclaredFailTheirSegmentsOnly) {
     EXPECT_EQ(DrawText(*empty), "");
 }
 
+// Half a unit is no text.
+TEST(ContentTest, OddByteAtTheEndIsLeftOut) {
+    for (const int length : {255, 257}) {
+        const auto render =
+            Open(TextBook(u"even" + std::u16string(200, u'x'), {32768, true, true, true, length}));
+        EXPECT_EQ(DrawText(*render), "even" + std::string(std::size_t(length) / 2 - 4, 'x'));
+        int bytes = 0;
+        const MallocPtr<unsigned char> content(render->GetBlockContent(0, &bytes));
+        EXPECT_EQ(bytes, length);
+        EXPECT_EQ(render->GotoPosition(1.0f), QV_S_OK);
+        EXPECT_EQ(render->GotoPrevScreen(), QV_S_OK) << "from a last block of one byte, too";
+        EXPECT_NE(DrawText(*render), "");
+    }
+}
+
 TEST(ContentTest, CharacterCutByABlockFailsTheLoadAndLeavesTheTables) {
     std::u16string text = Novel(40000);
     text.replace(64 * 200 - 1, 2, u"\U0001F600");
@@ -262,7 +338,7 @@ TEST(ContentTest, CharacterCutByABlockFailsTheLoadAndLeavesTheTables) {
     EXPECT_EQ(render->m_nFirstBlock, 0);
     EXPECT_EQ(render->m_nCurLine, 0);
     EXPECT_EQ(render->GotoNextScreen(), QV_S_OK);
-    EXPECT_EQ(render->UmdSetText(200, 0), 1) << "the half behind the border is left out";
+    EXPECT_EQ(render->UmdSetText(200, 0), 1) << "the half after the border is left out";
     EXPECT_EQ(render->UnicodeToUtf8(nullptr, 2), nullptr);
     const unsigned char unit[10242] = {'x'};
     EXPECT_EQ(render->UnicodeToUtf8(unit, 0), nullptr);
@@ -347,7 +423,7 @@ TEST_F(LineCountTest, RoomForTextBeforeTheLayoutTextCallsForAnotherSegment) {
     EXPECT_EQ(render.GetPrevPageLineNum(4), 4) << "the book begins here";
 }
 
-TEST_F(LineCountTest, OffsetsFindTheLineAtOrBehindThem) {
+TEST_F(LineCountTest, OffsetsFindTheLineAtOrAfterThem) {
     Show(std::vector<int>(8, 20));
     const struct {
         int offset, line;
@@ -361,21 +437,48 @@ TEST_F(LineCountTest, LayoutThatCannotAnswerFailsTheTurnAndMovesNothing) {
     ASSERT_EQ(render.GotoNextScreen(), QV_S_OK);
     const int block = render.m_nFirstBlock;
     for (const bool rect : {true, false}) {
-        (rect ? layout->reportsRect : layout->reportsSpacing) = false;
+        layout->rectAnswers = rect ? 0 : 1000;
+        layout->reportsSpacing = rect;
         EXPECT_EQ(render.GetNextPageLineNum(0), -1);
         EXPECT_EQ(render.GotoNextScreen(), QV_E_FAIL);
         EXPECT_EQ(render.GotoPrevScreen(), QV_E_FAIL);
+        EXPECT_EQ(render.GotoReadableScreen(-1, rect, nullptr), QV_E_FAIL);
         EXPECT_EQ(render.m_nCurLine, 5);
         EXPECT_EQ(render.m_nFirstBlock, block);
-        layout->reportsRect = true;
     }
     layout->reportsSpacing = true;
     layout->heights.clear();
-    EXPECT_EQ(render.GotoPosition(0.0f), QV_E_FAIL) << "no line table";
-    EXPECT_EQ(render.GotoNextScreen(), QV_E_FAIL);
+    for (const int answer : {0, 1}) {
+        layout->answersWithoutLines = answer;
+        EXPECT_EQ(render.GotoPosition(0.0f), QV_E_FAIL) << "no lines";
+        EXPECT_EQ(render.GotoNextScreen(), QV_E_FAIL);
+        EXPECT_EQ(render.m_nCurLine, -1);
+    }
     layout->heights = {20};
     DrawText(render);
     EXPECT_EQ(render.m_nCurLine, 0) << "drawing loads text again";
+}
+
+// The current line stays in the line table, even when a layout stops answering during a turn.
+TEST_F(LineCountTest, LayoutThatStopsAnsweringLeavesALineOfTheTable) {
+    for (int answers = 0; answers < 8; ++answers) {
+        Show(std::vector<int>(30, 20));
+        layout->rectAnswers = answers;
+        const QVRESULT turned = render.GotoPrevScreen();
+        EXPECT_EQ(turned, answers ? QV_S_OK : QV_E_FAIL);
+        EXPECT_GE(render.m_nCurLine, 0);
+        EXPECT_LT(render.m_nCurLine, render.m_nLineCount) << answers;
+    }
+}
+
+TEST_F(LineCountTest, JumpRefusesWhatIsNoFraction) {
+    Show({20});
+    for (const float refused : {1.5f, -0.1f, std::nanf("")})
+        EXPECT_EQ(render.GotoPosition(refused), QV_E_INVALIDARG);
+    for (const auto& [fraction, block] : {std::pair(1.0f, 468), {0.5f, 234}, {0.9999f, 467}}) {
+        EXPECT_EQ(render.GotoPosition(fraction), QV_S_OK);
+        EXPECT_EQ(render.m_nFirstBlock, block);
+    }
 }
 
 } // namespace

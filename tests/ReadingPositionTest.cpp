@@ -66,11 +66,11 @@ protected:
     const umdbook::Bytes novel = TextBook(Novel(kNovelBytes));
 };
 
-// A screen's text and, to tell it from one that begins alike, where it begins.
+// Where the screen shown begins, to tell it from one with the same text.
 std::string Begin(ProbeRender& render) {
     int block = -1;
     int offset = -1;
-    render.GetBlockInfo(render.m_pLineTable[render.m_nCurLine].offset, &block, &offset);
+    EXPECT_EQ(render.GetCurPosition(&block, &offset), 1);
     return std::to_string(block) + ":" + std::to_string(offset);
 }
 
@@ -111,8 +111,7 @@ TEST_F(ReadingPositionTest, BookReleasedWithoutDrawingKeepsItsPlace) {
     Reopen(novel);
     EXPECT_EQ(DataBytes(), saved);
     const auto render = Reopen(novel);
-    EXPECT_EQ(render->m_nFirstBlock, 700);
-    EXPECT_EQ(render->m_nStartOffset, 40);
+    EXPECT_EQ(Begin(*render), "700:40") << "where the first screen will begin";
 }
 
 TEST_F(ReadingPositionTest, PagingDoesNotWriteAndASecondBookDoes) {
@@ -150,6 +149,28 @@ TEST_F(ReadingPositionTest, SavedPlaceOutsideTheBookIsLeftByAJump) {
         const auto render = Reopen(novel);
         DrawText(*render);
         EXPECT_EQ(Begin(*render), "33:0") << offset;
+    }
+}
+
+// The segment that begins with the place's block cannot be loaded, but what stands before the cut.
+TEST_F(ReadingPositionTest, PlaceBeforeACutCharacterIsShownAgain) {
+    std::u16string text = Novel(40000);
+    text.replace(64 * 100 - 1, 2, u"\U0001F600"); // cut by the end of block 99
+    const umdbook::Bytes cut = TextBook(text);
+    for (const bool resized : {false, true}) {
+        auto render = Reopen(cut);
+        render->GotoPosition(0.0f);
+        while (render->GotoNextScreen() == QV_S_OK) {
+        }
+        const std::string begin = Begin(*render);
+        EXPECT_NE(begin, "0:0");
+        if (resized)
+            render->SetScreenRes(600, 400);
+        else
+            render.reset(), render = Reopen(cut);
+        EXPECT_NE(DrawText(*render), "");
+        EXPECT_EQ(Begin(*render), begin);
+        render->GotoPosition(0.0f);
     }
 }
 
