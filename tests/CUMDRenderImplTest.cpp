@@ -21,6 +21,7 @@
 #include "RenderFixture.h"
 #include "base/CMemoryStream.h"
 #include "base/Handles.h"
+#include "base/LittleEndian.h"
 #include "layout/LayoutRegistry.h"
 #include "render/CUmdCustomizer.h"
 
@@ -104,17 +105,14 @@ TEST(RendererTest, InitialisedRendererAnswersAsItsInterfaceSays) {
     unsigned int width = 0, height = 0;
     EXPECT_EQ(render->GetScreenRes(&width, &height), 1);
     EXPECT_EQ(width * 1000 + height, 600800u);
-    EXPECT_EQ(render->SetScreenRes(0, 800), QV_E_INVALIDARG);
-    EXPECT_EQ(render->SetScreenRes(600, 0), QV_E_INVALIDARG);
-    EXPECT_EQ(render->SetBoldLevel(1), QV_E_NOTIMPL);
-    EXPECT_EQ(render->GetTOCMarks(nullptr, nullptr), QV_E_NOTIMPL);
+    EXPECT_EQ(render->SetScreenRes(0, 800) & render->SetScreenRes(600, 0), QV_E_INVALIDARG);
+    EXPECT_EQ(render->SetBoldLevel(1) & render->GetTOCMarks(nullptr, nullptr), QV_E_NOTIMPL);
+    EXPECT_EQ(render->GetPagingHandler(nullptr), QV_E_NOTIMPL);
     IFormatRender* page = render.get();
     EXPECT_EQ(render->GetTextRenderForCurPage(&page), QV_E_NOTIMPL);
     EXPECT_EQ(page, nullptr);
     EXPECT_EQ(render->GetTextRenderForCurPage(nullptr), QV_E_NOTIMPL);
-    EXPECT_EQ(render->GetPagingHandler(nullptr), QV_E_NOTIMPL);
-    EXPECT_EQ(render->GotoNextScreen(), QV_E_FAIL) << "nothing is laid out yet";
-    EXPECT_EQ(render->GotoPrevScreen(), QV_E_FAIL);
+    EXPECT_EQ(render->GotoNextScreen() & render->GotoPrevScreen(), QV_E_FAIL) << "nothing laid out";
 }
 
 TEST(RendererTest, CustomizersStoreFontsAndSetTheIndent) {
@@ -124,27 +122,22 @@ TEST(RendererTest, CustomizersStoreFontsAndSetTheIndent) {
     EXPECT_EQ(render->GetTextCustomizer(&made[0]) | render->GetTextCustomizer(&made[1]), QV_S_OK);
     const std::unique_ptr<ITextCustomizer> first(made[0]), second(made[1]);
     EXPECT_NE(made[0], made[1]);
-    const auto indent = [&render] {
-        int pixels = 0;
-        render->m_pLayout->GetIndent(&pixels);
-        return pixels;
-    };
-    EXPECT_EQ(indent(), 36);
+    int indents[3] = {};
+    render->m_pLayout->GetIndent(&indents[0]);
     EXPECT_EQ(first->SetFontSize(25), QV_S_OK);
-    EXPECT_EQ(indent(), 50);
+    render->m_pLayout->GetIndent(&indents[1]);
     EXPECT_EQ(second->SetFontSize(UINT_MAX), QV_S_OK);
-    EXPECT_GT(indent(), 0);
-    EXPECT_EQ(first->SetChineseFont(nullptr), QV_E_INVALIDARG);
-    EXPECT_EQ(first->SetEnglishFont(nullptr), QV_E_INVALIDARG);
-    EXPECT_EQ(render->SetFontDescription(), 0) << "no Chinese font yet";
+    render->m_pLayout->GetIndent(&indents[2]);
+    EXPECT_EQ(indents[0] * 1000 + indents[1], 36050);
+    EXPECT_GT(indents[2], 0);
+    EXPECT_EQ(first->SetChineseFont(nullptr) & first->SetEnglishFont(nullptr), QV_E_INVALIDARG);
     EXPECT_EQ(first->SetChineseFont(""), QV_S_OK);
-    EXPECT_EQ(render->SetFontDescription(), 0);
+    EXPECT_EQ(render->SetFontDescription(), 0) << "no Chinese font yet";
     EXPECT_EQ(first->SetChineseFont("Song"), QV_S_OK);
     EXPECT_EQ(render->SetFontDescription(), 1);
     CUmdCustomizer orphan(nullptr);
     EXPECT_EQ(orphan.SetChineseFont("Song"), QV_E_NOTREADY);
-    EXPECT_EQ(orphan.SetEnglishFont(nullptr), QV_E_NOTREADY);
-    EXPECT_EQ(orphan.SetFontSize(1), QV_E_NOTREADY);
+    EXPECT_EQ(orphan.SetEnglishFont(nullptr) & orphan.SetFontSize(1), QV_E_NOTREADY);
 }
 
 // Every way through Initialize releases stream and layout exactly once.
@@ -225,38 +218,47 @@ TEST(RendererTest, LayoutWithoutTypeInformationIsAskedForItsSlotsOnly) {
     }
 }
 
-TEST(FactoryTest, OpensAFileAndRefusesWhatIsNoBook) {
+class FactoryTest : public testing::Test {
+protected:
+    QVRESULT Make(const umdbook::Bytes& book) {
+        std::ofstream(file, std::ios::binary)
+            .write(reinterpret_cast<const char*>(book.data()), static_cast<long>(book.size()));
+        IFormatRender* made = nullptr;
+        const QVRESULT result = CreateFormatRenderInstance(file.c_str(), &made);
+        render.reset(made);
+        return result;
+    }
+    ~FactoryTest() override {
+        render.reset();
+        std::remove(file.c_str());
+        std::remove((file + ".qvp").c_str());
+    }
+
     const std::string file = testing::TempDir() + "factory-test.umd";
-    const umdbook::Bytes book = TextBook(u"text");
-    std::ofstream(file, std::ios::binary)
-        .write(reinterpret_cast<const char*>(book.data()), static_cast<long>(book.size()));
-    IFormatRender* render = nullptr;
-    EXPECT_EQ(CreateFormatRenderInstance(nullptr, &render), QV_E_POINTER);
+    std::unique_ptr<IFormatRender> render;
+};
+
+TEST_F(FactoryTest, OpensAFileAndRefusesWhatIsNoBook) {
+    IFormatRender* made = nullptr;
+    EXPECT_EQ(CreateFormatRenderInstance(nullptr, &made), QV_E_POINTER);
     EXPECT_EQ(CreateFormatRenderInstance(file.c_str(), nullptr), QV_E_POINTER);
-    ASSERT_EQ(CreateFormatRenderInstance(file.c_str(), &render), QV_S_OK);
+    ASSERT_EQ(Make(TextBook(u"text")), QV_S_OK);
     EXPECT_EQ(DrawText(*render), "text");
-    delete render;
-    for (const std::string& bad :
-         {file + "-missing", testing::TempDir(), std::string(TEST_FONTS_CONF)}) {
-        render = reinterpret_cast<IFormatRender*>(&render);
-        EXPECT_EQ(CreateFormatRenderInstance(bad.c_str(), &render), QV_E_FAIL) << bad;
-        EXPECT_EQ(render, nullptr);
+    EXPECT_EQ(Make(umdbook::Bytes(100, 'x')), QV_E_FAIL);
+    EXPECT_EQ(render, nullptr);
+    for (const std::string& bad : {file + "-missing", testing::TempDir()}) {
+        made = reinterpret_cast<IFormatRender*>(&made);
+        EXPECT_EQ(CreateFormatRenderInstance(bad.c_str(), &made), QV_E_FAIL) << bad;
+        EXPECT_EQ(made, nullptr);
         std::remove((bad + ".qvp").c_str());
     }
-    std::remove(file.c_str());
-    std::remove((file + ".qvp").c_str());
 }
 
 // A word longer than a line goes on in the next one.
-TEST(FactoryTest, NoScreenHasInkCutOffAtItsRightEdge) {
-    const std::string file = testing::TempDir() + "edge-test.umd";
-    const umdbook::Bytes book = TextBook(u"http://" + std::u16string(900, u'w') + u"\u2029" +
-                                         Novel(20000) + std::u16string(2000, u'k') + Novel(20000));
-    std::ofstream(file, std::ios::binary)
-        .write(reinterpret_cast<const char*>(book.data()), static_cast<long>(book.size()));
-    IFormatRender* opened = nullptr;
-    ASSERT_EQ(CreateFormatRenderInstance(file.c_str(), &opened), QV_S_OK);
-    std::unique_ptr<IFormatRender> render(opened);
+TEST_F(FactoryTest, NoScreenHasInkCutOffAtItsRightEdge) {
+    ASSERT_EQ(Make(TextBook(u"http://" + std::u16string(900, u'w') + u"\u2029" + Novel(20000) +
+                            std::u16string(2000, u'k') + Novel(20000))),
+              QV_S_OK);
     int screens = 0;
     do {
         std::vector<unsigned char> pixels(600 * 800);
@@ -266,9 +268,6 @@ TEST(FactoryTest, NoScreenHasInkCutOffAtItsRightEdge) {
         ++screens;
     } while (render->GotoNextScreen() == QV_S_OK);
     EXPECT_GT(screens, 10);
-    render.reset();
-    std::remove((file + ".qvp").c_str());
-    std::remove(file.c_str());
 }
 
 // --- from chunks to text ------------------------------------------------------------------------
@@ -282,21 +281,18 @@ TEST(ContentTest, SegmentsCoverTheBookWhateverTheChunks) {
         const auto render = Open(TextBook(text, {row.chunkBytes, true, true, true, {}}));
         const int bytes = static_cast<int>(row.units * 2);
         const int blocks = (bytes + 127) / 128;
-        for (int block = 0; block < blocks; ++block) {
-            int length = 0;
-            const MallocPtr<unsigned char> content(render->GetBlockContent(block, &length));
-            ASSERT_TRUE(content);
-            ASSERT_EQ(length, blocks - block > 80 ? 10240 : bytes - block * 128);
-            for (int i = 0; i < length; i += 2) {
-                const char16_t unit = text[static_cast<std::size_t>((block * 128 + i) / 2)];
-                ASSERT_EQ(content.get()[i] | content.get()[i + 1] << 8, unit) << block << ' ' << i;
-            }
-            ASSERT_EQ(content.get()[length] | content.get()[length + 3], 0);
-        }
         int length = 5;
         EXPECT_EQ(render->GetBlockContent(-1, &length), nullptr);
         EXPECT_EQ(render->GetBlockContent(blocks, &length), nullptr);
         EXPECT_EQ(length, 5);
+        for (int block = 0; block < blocks; ++block) {
+            const MallocPtr<unsigned char> content(render->GetBlockContent(block, &length));
+            ASSERT_TRUE(content);
+            ASSERT_EQ(length, blocks - block > 80 ? 10240 : bytes - block * 128);
+            const auto expected = text.substr(static_cast<std::size_t>(block) * 64, 5120) + u'\0';
+            for (std::size_t i = 0; i * 2 <= static_cast<std::size_t>(length); ++i)
+                ASSERT_EQ(LoadLE16(&content.get()[i * 2]), expected[i]) << block << ' ' << i;
+        }
     }
 }
 
@@ -332,42 +328,37 @@ TEST(ContentTest, CharacterCutByABlockFailsTheLoadAndLeavesTheTables) {
     text.replace(64 * 200 - 1, 2, u"\U0001F600");
     const auto render = OpenText(text);
     DrawText(*render);
-    const std::vector<int> offsets(render->m_pBlockOffsets.get(),
-                                   render->m_pBlockOffsets.get() + 81);
+    const auto offsets = [&render] {
+        return std::vector<int>(&render->m_pBlockOffsets[0], &render->m_pBlockOffsets[81]);
+    };
+    const std::vector<int> before = offsets();
     EXPECT_EQ(render->UmdSetText(150, 0), 0);
-    EXPECT_EQ(std::vector<int>(render->m_pBlockOffsets.get(), render->m_pBlockOffsets.get() + 81),
-              offsets);
-    EXPECT_EQ(render->m_nFirstBlock, 0);
-    EXPECT_EQ(render->m_nCurLine, 0);
-    EXPECT_EQ(render->GotoNextScreen(), QV_S_OK);
+    EXPECT_EQ(offsets(), before);
+    EXPECT_EQ(render->m_nFirstBlock + render->m_nCurLine, 0);
     EXPECT_EQ(render->UmdSetText(200, 0), 1) << "the half after the border is left out";
-    EXPECT_EQ(render->UnicodeToUtf8(nullptr, 2), nullptr);
     const unsigned char unit[10242] = {'x'};
-    EXPECT_EQ(render->UnicodeToUtf8(unit, 0), nullptr);
-    EXPECT_EQ(render->UnicodeToUtf8(unit, 10241), nullptr) << "more than a segment";
+    EXPECT_EQ(render->UnicodeToUtf8(nullptr, 2), nullptr);
+    for (const int length : {0, 10241}) // more than a segment
+        EXPECT_EQ(render->UnicodeToUtf8(unit, length), nullptr);
 }
 
-TEST(ContentTest, LayoutOffsetsMapToBlocksAndBack) {
-    const std::u16string text = Novel(30000);
-    const auto render = OpenText(text);
+TEST(ContentTest, LayoutOffsetsMapToBlocks) {
+    const auto render = OpenText(Novel(30000));
     EXPECT_EQ(render->UmdSetText(20, 0), 1);
-    ASSERT_EQ(render->UmdSetText(20, render->m_pBlockOffsets[2]), 1);
-    const int start = render->m_nStartOffset;
-    int block = -1;
-    int offset = -1;
-    for (int i = 2; i < 80; ++i) {
-        const int begin = render->m_pBlockOffsets[i] - start;
-        EXPECT_EQ(render->GetBlockInfo(begin, &block, &offset), 1);
-        EXPECT_EQ(block, 20 + i);
-        EXPECT_EQ(offset, 0);
-        EXPECT_EQ(render->GetBlockInfo(begin + 5, &block, &offset), 1);
-        EXPECT_EQ(block, 20 + i);
-        EXPECT_EQ(offset, 5);
+    const int start = render->m_pBlockOffsets[2];
+    ASSERT_EQ(render->UmdSetText(20, start), 1);
+    const struct {
+        int offset, found, block, offsetInBlock;
+    } rows[] = {{0, 1, 22, 0},
+                {5, 1, 22, 5},
+                {render->m_pBlockOffsets[79] - start + 5, 1, 99, 5},
+                {render->m_pBlockOffsets[80] - start, 0, 99, 5},
+                {INT_MAX, 0, 99, 5}};
+    int block = 0, offset = 0;
+    for (const auto& row : rows) {
+        EXPECT_EQ(render->GetBlockInfo(row.offset, &block, &offset), row.found);
+        EXPECT_EQ(block * 1000 + offset, row.block * 1000 + row.offsetInBlock) << row.offset;
     }
-    block = offset = -9;
-    EXPECT_EQ(render->GetBlockInfo(render->m_pBlockOffsets[80] - start, &block, &offset), 0);
-    EXPECT_EQ(render->GetBlockInfo(INT_MAX, &block, &offset), 0);
-    EXPECT_EQ(block + offset, -18);
 }
 
 TEST(ContentTest, OffsetOutsideTheTextOrInsideACharacterIsMended) {
