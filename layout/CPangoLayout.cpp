@@ -10,6 +10,7 @@
 #include "base/CUtility.h"
 #include "layout/GreyImage.h"
 #include "layout/KeptLines.h"
+#include "layout/LayoutRegistry.h"
 #include "layout/PageCutter.h"
 #include "layout/PangoLineInfo.h"
 
@@ -88,6 +89,7 @@ void GObjectReleaser::operator()(void* object) const {
 CPangoLayout::CPangoLayout(const char* fontDescription, unsigned int width, unsigned int height,
                            unsigned int dpiX, unsigned int dpiY)
     : m_nLayoutWidth(width), m_nLayoutHeight(height) {
+    RegisterLayout(this);
     std::unique_ptr<TextState> state(new (std::nothrow) TextState);
     if (!fontDescription || !width || !height || !dpiX || !dpiY || !state)
         return;
@@ -101,7 +103,9 @@ CPangoLayout::CPangoLayout(const char* fontDescription, unsigned int width, unsi
     CPangoLayout::SetLayoutRect(width, height);
 }
 
-CPangoLayout::~CPangoLayout() = default;
+CPangoLayout::~CPangoLayout() {
+    UnregisterLayout(this);
+}
 
 // --- properties ---------------------------------------------------------------------------------
 
