@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "Book.h"
+#include "common/Book.h"
 
-namespace umdview {
+namespace umdhost {
 
 // What a book's text really is, found by reading all of it.
 class TextSurvey {
@@ -40,4 +40,4 @@ private:
     std::vector<int> m_damagedChunks;
 };
 
-} // namespace umdview
+} // namespace umdhost

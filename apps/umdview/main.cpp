@@ -10,16 +10,17 @@
 
 #include <CLI/CLI.hpp>
 
-#include "Failure.h"
 #include "InfoCommand.h"
 #include "Output.h"
 #include "ReadingDataCommand.h"
 #include "RenderCommand.h"
 #include "TextCommand.h"
+#include "common/Failure.h"
 
 namespace {
 
 using namespace umdview;
+using namespace umdhost;
 
 constexpr int exitBadUsage = 2;
 constexpr unsigned int maxScreenSide = 10000;

@@ -3,9 +3,11 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "Failure.h"
+#include "common/Failure.h"
 
 namespace umdview {
+
+using namespace umdhost;
 
 namespace {
 
@@ -25,6 +27,10 @@ void WriteOut(std::string_view text) {
 void FlushOut() {
     if (std::fflush(stdout) != 0)
         StopWriting(errno);
+}
+
+void Report(const std::string& subject, const std::string& reason) {
+    std::fprintf(stderr, "umdview: %s: %s\n", subject.c_str(), reason.c_str());
 }
 
 std::string ForTerminal(std::string text) {

@@ -6,11 +6,13 @@
 #include <filesystem>
 #include <new>
 
-#include "Book.h"
-#include "Failure.h"
-#include "SavedPlace.h"
+#include "common/Book.h"
+#include "common/Failure.h"
+#include "common/SavedPlace.h"
 
 namespace umdview {
+
+using namespace umdhost;
 
 using namespace QvFormat;
 

@@ -1,15 +1,15 @@
-#include "Book.h"
+#include "common/Book.h"
 
 #include <cerrno>
 #include <cstdio>
 
 #include <sys/stat.h>
 
-#include "Failure.h"
-#include "TextDecoder.h"
 #include "base/CFileStream.h"
+#include "common/Failure.h"
+#include "common/TextDecoder.h"
 
-namespace umdview {
+namespace umdhost {
 
 namespace {
 
@@ -119,4 +119,4 @@ void ExplainRefusal(const std::string& path) {
                             " bytes cannot be");
 }
 
-} // namespace umdview
+} // namespace umdhost

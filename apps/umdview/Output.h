@@ -12,6 +12,9 @@ struct OutputClosed {};
 void WriteOut(std::string_view text);
 void FlushOut();
 
+// Prints "umdview: SUBJECT: reason" on standard error; the subject is a file.
+void Report(const std::string& subject, const std::string& reason);
+
 // Text from a file, with control characters blanked: they must not reach the terminal.
 std::string ForTerminal(std::string text);
 

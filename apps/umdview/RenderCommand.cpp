@@ -10,16 +10,18 @@
 
 #include <unistd.h>
 
-#include "Book.h"
 #include "BookLink.h"
-#include "Failure.h"
 #include "Output.h"
 #include "Progress.h"
 #include "Reader.h"
-#include "SavedPlace.h"
-#include "TextSurvey.h"
+#include "common/Book.h"
+#include "common/Failure.h"
+#include "common/SavedPlace.h"
+#include "common/TextSurvey.h"
 
 namespace umdview {
+
+using namespace umdhost;
 
 namespace {
 

@@ -6,9 +6,11 @@
 
 #include <png.h>
 
-#include "Failure.h"
+#include "common/Failure.h"
 
 namespace umdview {
+
+using namespace umdhost;
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "SavedPlace.h"
+#include "common/SavedPlace.h"
 
 #include <filesystem>
 #include <memory>
@@ -10,7 +10,7 @@
 #include "readingdata/CQvpFile.h"
 #include "readingdata/QvpFormat.h"
 
-namespace umdview {
+namespace umdhost {
 
 using namespace QvFormat;
 
@@ -67,4 +67,4 @@ bool WritePlace(const std::string& book, const Place& place) {
            entity->Flush() == QV_S_OK;
 }
 
-} // namespace umdview
+} // namespace umdhost

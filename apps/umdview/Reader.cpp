@@ -2,12 +2,14 @@
 
 #include <new>
 
-#include "Book.h"
 #include "CreateFormatRenderInstance.h"
-#include "Failure.h"
 #include "ITextCustomizer.h"
+#include "common/Book.h"
+#include "common/Failure.h"
 
 namespace umdview {
+
+using namespace umdhost;
 
 using namespace QvFormat;
 

@@ -6,13 +6,15 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Book.h"
-#include "Failure.h"
 #include "Output.h"
-#include "SavedPlace.h"
-#include "TextSurvey.h"
+#include "common/Book.h"
+#include "common/Failure.h"
+#include "common/SavedPlace.h"
+#include "common/TextSurvey.h"
 
 namespace umdview {
+
+using namespace umdhost;
 
 namespace {
 

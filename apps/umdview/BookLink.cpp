@@ -4,9 +4,11 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "Failure.h"
+#include "common/Failure.h"
 
 namespace umdview {
+
+using namespace umdhost;
 
 namespace fs = std::filesystem;
 

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-namespace umdview {
+namespace umdhost {
 
 // Where a reader left a book: the block of text, counted from 0, and the byte in its UTF-8.
 struct Place {
@@ -21,4 +21,4 @@ std::optional<Place> ReadPlace(const std::string& book);
 // Keeps a place beside a book; false when it cannot be written.
 bool WritePlace(const std::string& book, const Place& place);
 
-} // namespace umdview
+} // namespace umdhost

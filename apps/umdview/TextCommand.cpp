@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "Book.h"
-#include "Failure.h"
 #include "Output.h"
-#include "TextDecoder.h"
+#include "common/Book.h"
+#include "common/Failure.h"
+#include "common/TextDecoder.h"
 
 namespace umdview {
+
+using namespace umdhost;
 
 namespace {
 

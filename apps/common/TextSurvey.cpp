@@ -1,6 +1,6 @@
-#include "TextSurvey.h"
+#include "common/TextSurvey.h"
 
-namespace umdview {
+namespace umdhost {
 
 TextSurvey::TextSurvey(const Book& book) : m_nDeclaredBytes(book.DeclaredBytes()) {
     for (int index = 0; index < book.ChunkCount(); ++index) {
@@ -57,4 +57,4 @@ bool TextSurvey::StopsReaderBehind(std::int64_t block) const {
            (HasCutCharacter() && m_nLastCut >= block * blockBytes);
 }
 
-} // namespace umdview
+} // namespace umdhost

@@ -5,12 +5,14 @@
 #include <tuple>
 #include <vector>
 
-#include "Failure.h"
 #include "Output.h"
 #include "ReadingDataFile.h"
 #include "ReadingDataPrinter.h"
+#include "common/Failure.h"
 
 namespace umdview {
+
+using namespace umdhost;
 
 using namespace QvFormat;
 

@@ -1,10 +1,10 @@
-#include "TextDecoder.h"
+#include "common/TextDecoder.h"
 
 #include <stdexcept>
 
 #include "base/CUtility.h"
 
-namespace umdview {
+namespace umdhost {
 
 namespace {
 
@@ -41,4 +41,4 @@ std::string TextDecoder::Decode(const unsigned char* bytes, std::size_t size) {
     return utf8;
 }
 
-} // namespace umdview
+} // namespace umdhost

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string>
 
-namespace umdview {
+namespace umdhost {
 
 // Turns UTF-16LE text that arrives in pieces, cut anywhere, into UTF-8. Halves of a surrogate pair
 // that stand alone are left out, as on the drawn screen.
@@ -22,4 +22,4 @@ private:
     std::string m_sPending; // at most 3 bytes between two calls
 };
 
-} // namespace umdview
+} // namespace umdhost

@@ -9,7 +9,7 @@
 
 #include "umd/CUMDHandler.h"
 
-namespace umdview {
+namespace umdhost {
 
 // The library cuts the text into blocks of this many bytes; places in a book are told in blocks.
 constexpr int blockBytes = 128;
@@ -61,4 +61,4 @@ std::string DamagedChunk(int index, int count);
 // Finds out why the library refuses the book at `path`; throws Failure with the reason.
 [[noreturn]] void ExplainRefusal(const std::string& path);
 
-} // namespace umdview
+} // namespace umdhost
