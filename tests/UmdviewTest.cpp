@@ -19,15 +19,40 @@ TEST_F(UmdviewTest, InfoOfABook_TellsItsFieldsAndKeepsControlsFromTheTerminal) {
               "0|Title:      孫子  兵法 [31m\nAuthor:     孫武\nDate:       2008-3\n"
               "Genre:      -\nPublisher:  P\nVendor:     V\nChunks:     1\n"
               "Declared:   12 bytes of text\nActual:     10 bytes of text, 4 characters\n"
-              "Blocks:     1 of 128 bytes\nPlace:      -\n|umdview: book.umd: warning: it declares "
+              "Blocks:     1 of 128 bytes\nPlace:      -\nChapters:   1\n   1    0.0 %  "
+              "一\n|umdview: book.umd: warning: it declares "
               "12 bytes of text but holds 10: the last screens cannot be shown\n");
     EXPECT_EQ(Json("info --json book.umd"), nlohmann::json::parse(R"({"file": "book.umd",
         "title": "孫子\u009b兵法\u001b[31m", "author": "孫武", "genre": null, "publisher": "P",
         "vendor": "V", "date": {"year": "2008", "month": "3", "day": null}, "chunks": 1,
         "damagedChunks": [], "declaredBytes": 12, "actualBytes": 10, "actualCharacters": 4,
-        "lengthsAgree": false, "blocks": 1, "blockBytes": 128, "place": null, "warnings": [
+        "lengthsAgree": false, "blocks": 1, "blockBytes": 128, "place": null,
+        "chapters": [{"title": "一", "textOffset": 0, "percent": 0.0, "block": 0, "offset": 0}],
+        "warnings": [
         "it declares 12 bytes of text but holds 10: the last screens cannot be shown"]})"));
     EXPECT_FALSE(Exists("book.umd.qvp"));
+}
+
+TEST_F(UmdviewTest, ChapterTableThatLies_IsToldAsFarAsItMakesSense) {
+    const std::string utf16 = "\x75\x51\x3D\xD8\x00\xDE"s + std::string(250, '\1'); // 兵😀āā...
+    // In order, inside a pair, inside a unit, before the text, in the second block, at the first
+    // byte after the text that is there, and as far off as can be.
+    const std::vector<int> offsets = {0, 4, 7, -6, 130, 256, 0x7FFFFFFF};
+    const nlohmann::json places[] = {
+        {0, 0, 0.0}, {0, 3, 0.0}, {0, 7, 0.0}, {nullptr, nullptr, nullptr}, {1, 2, 50.0}};
+    Write("book.umd", BookOfChunks({utf16.substr(0, 3), utf16.substr(3)}, 384, offsets));
+    const auto chapters = Json("info --json book.umd")["chapters"];
+    ASSERT_EQ(chapters.size(), offsets.size());
+    for (std::size_t i = 0; i < offsets.size(); ++i) {
+        const auto& chapter = chapters[i];
+        EXPECT_EQ(chapter["title"], std::to_string(i));
+        EXPECT_EQ(chapter["textOffset"], offsets[i]);
+        EXPECT_EQ(nlohmann::json({chapter["block"], chapter["offset"], chapter["percent"]}),
+                  i < 5 ? places[i] : places[3])
+            << i;
+    }
+    EXPECT_TRUE(Contains(Run("info book.umd").out, "\nChapters:   7\n   1    0.0 %  0\n"));
+    EXPECT_TRUE(Contains(Run("info book.umd").out, "\n   5   50.0 %  4\n   6     -     5\n"));
 }
 
 TEST_F(UmdviewTest, BookThatLiesAboutItsLength_IsWarnedOfAndDrawnAsFarAsItGoes) {

@@ -428,4 +428,20 @@ unsigned short* CUMDHandler::GetVendor() {
     return CopyUnits(m_pVendor);
 }
 
+int CUMDHandler::GetChapterCount() {
+    return m_bReady ? m_nChapterCount : 0;
+}
+
+unsigned short* CUMDHandler::GetChapterTitle(int index) {
+    if (index < 0 || index >= GetChapterCount())
+        return nullptr;
+    return CopyUnits(m_pChapters.get()[index].title);
+}
+
+int CUMDHandler::GetChapterOffset(int index) {
+    if (index < 0 || index >= GetChapterCount())
+        return -1;
+    return m_pChapters.get()[index].offset;
+}
+
 } // namespace QvFormat

@@ -56,6 +56,17 @@ public:
     unsigned short* GetPublisher();
     unsigned short* GetVendor();
 
+    // The number of entries in the book's chapter table; 0 when not ready or without a table.
+    int GetChapterCount();
+
+    // A new copy of the title of chapter `index`, counted from 0, in the form of the strings above.
+    // Null: no such chapter, the book has its offset but no title, or no memory.
+    unsigned short* GetChapterTitle(int index);
+
+    // Where chapter `index` begins, in bytes of the book's text. Whatever the book states is passed
+    // on: an offset may be negative, odd, past the end or out of order. -1: no such chapter.
+    int GetChapterOffset(int index);
+
 protected:
     // Text as the file has it, UTF-16LE, with at least one whole zero unit behind it.
     using Text = MallocPtr<unsigned char[]>;

@@ -1,6 +1,8 @@
 #include "common/Book.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 
 #include <sys/stat.h>
@@ -76,6 +78,17 @@ BookStrings Book::Strings() const {
 std::int64_t Book::BlockCount() const {
     const std::int64_t bytes = DeclaredBytes();
     return bytes > 0 ? (bytes + blockBytes - 1) / blockBytes : 0;
+}
+
+std::string Book::ChapterTitle(int index) const {
+    return ToText(m_pHandler->GetChapterTitle(index)).value_or("");
+}
+
+std::optional<double> Book::Percent(std::int64_t block) const {
+    if (block < 0 || block >= BlockCount())
+        return std::nullopt;
+    const auto last = static_cast<double>(std::max<std::int64_t>(BlockCount() - 1, 1));
+    return std::round(static_cast<double>(block) / last * 1000) / 10;
 }
 
 Chunk Book::ReadChunk(int index) const {

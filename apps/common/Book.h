@@ -43,6 +43,14 @@ public:
     std::int64_t BlockCount() const; // by the declared length, as the library counts
     int ChunkCount() const { return m_pHandler->GetChunkCount(); }
 
+    // The chapter table as the book has it; see ReadChapters for what it comes to.
+    int ChapterCount() const { return m_pHandler->GetChapterCount(); }
+    int ChapterOffset(int index) const { return m_pHandler->GetChapterOffset(index); }
+    std::string ChapterTitle(int index) const; // empty when there is none
+
+    // How far block `block` is into the book, in percent with one decimal; none outside of it.
+    std::optional<double> Percent(std::int64_t block) const;
+
     // Inflates chunk `index`, counted from 0. Nothing is kept: one chunk at a time is in memory.
     Chunk ReadChunk(int index) const;
 

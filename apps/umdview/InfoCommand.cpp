@@ -1,6 +1,5 @@
 #include "InfoCommand.h"
 
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
@@ -8,6 +7,7 @@
 
 #include "Output.h"
 #include "common/Book.h"
+#include "common/Chapters.h"
 #include "common/Failure.h"
 #include "common/SavedPlace.h"
 #include "common/TextSurvey.h"
@@ -24,19 +24,11 @@ Json ToJson(const BookStrings::Text& text) {
     return text ? Json(*text) : Json(nullptr);
 }
 
-// How far a place is into the book, in percent with one decimal; none outside of the book.
-std::optional<double> Percent(const Place& place, const Book& book) {
-    if (place.block >= book.BlockCount())
-        return std::nullopt;
-    const auto last = static_cast<double>(std::max<std::int64_t>(book.BlockCount() - 1, 1));
-    return std::round(place.block / last * 1000) / 10;
-}
-
 Json PlaceToJson(const Book& book) {
     const std::optional<Place> place = ReadPlace(book.Path());
     if (!place)
         return nullptr;
-    const std::optional<double> percent = Percent(*place, book);
+    const std::optional<double> percent = book.Percent(place->block);
     return {{"percent", percent ? Json(*percent) : Json(nullptr)},
             {"block", place->block},
             {"offset", place->offset}};
@@ -48,7 +40,7 @@ std::string PlaceToText(const Book& book) {
     if (!place)
         return "-";
     const std::string block = "block " + std::to_string(place->block);
-    const std::optional<double> percent = Percent(*place, book);
+    const std::optional<double> percent = book.Percent(place->block);
     if (!percent)
         return block + ", which is outside of the book";
     char number[16];
@@ -56,7 +48,35 @@ std::string PlaceToText(const Book& book) {
     return number + (" % (" + block + ")");
 }
 
-Json ToJson(const Book& book, const TextSurvey& survey) {
+using Chapters = std::vector<Chapter>;
+
+Json ToJson(const Chapters& chapters) {
+    Json json = Json::array();
+    for (const Chapter& chapter : chapters) {
+        const auto& place = chapter.place;
+        json.push_back({{"title", chapter.title},
+                        {"textOffset", chapter.offset},
+                        {"percent", place ? Json(chapter.percent) : Json(nullptr)},
+                        {"block", place ? Json(place->block) : Json(nullptr)},
+                        {"offset", place ? Json(place->offset) : Json(nullptr)}});
+    }
+    return json;
+}
+
+// "  12   37.5 %  The Pool of Tears"
+std::string ToLines(const Chapters& chapters) {
+    std::string lines;
+    for (std::size_t i = 0; i < chapters.size(); ++i) {
+        const Chapter& chapter = chapters[i];
+        char line[48];
+        std::snprintf(line, sizeof(line), chapter.place ? "%4zu  %5.1f %%  " : "%4zu     -     ",
+                      i + 1, chapter.percent);
+        lines += line + ForTerminal(chapter.title) + "\n";
+    }
+    return lines;
+}
+
+Json ToJson(const Book& book, const TextSurvey& survey, const Chapters& chapters) {
     const BookStrings strings = book.Strings();
     Json json;
     json["file"] = book.Path();
@@ -77,6 +97,7 @@ Json ToJson(const Book& book, const TextSurvey& survey) {
     json["blocks"] = book.BlockCount();
     json["blockBytes"] = blockBytes;
     json["place"] = PlaceToJson(book);
+    json["chapters"] = ToJson(chapters);
     json["warnings"] = survey.Warnings();
     return json;
 }
@@ -101,7 +122,7 @@ BookStrings::Text Date(const BookStrings& strings) {
     return date;
 }
 
-std::string ToLines(const Book& book, const TextSurvey& survey) {
+std::string ToLines(const Book& book, const TextSurvey& survey, const Chapters& chapters) {
     const BookStrings strings = book.Strings();
     return Line("Title", strings.title) + Line("Author", strings.author) +
            Line("Date", Date(strings)) + Line("Genre", strings.genre) +
@@ -112,7 +133,9 @@ std::string ToLines(const Book& book, const TextSurvey& survey) {
                               std::to_string(survey.Characters()) + " characters") +
            Line("Blocks", std::to_string(book.BlockCount()) + " of " + std::to_string(blockBytes) +
                               " bytes") +
-           Line("Place", PlaceToText(book));
+           Line("Place", PlaceToText(book)) +
+           Line("Chapters", chapters.empty() ? "-" : std::to_string(chapters.size())) +
+           ToLines(chapters);
 }
 
 } // namespace
@@ -120,10 +143,13 @@ std::string ToLines(const Book& book, const TextSurvey& survey) {
 int RunInfo(const std::string& path, bool json) {
     const Book book(path);
     const TextSurvey survey(book);
+    const Chapters chapters = ReadChapters(book);
     if (json)
-        WriteOut(ToJson(book, survey).dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+        WriteOut(
+            ToJson(book, survey, chapters).dump(2, ' ', false, Json::error_handler_t::replace) +
+            "\n");
     else
-        WriteOut(ToLines(book, survey));
+        WriteOut(ToLines(book, survey, chapters));
     FlushOut();
     for (const std::string& warning : survey.Warnings())
         Report(path, "warning: " + warning);
