@@ -65,7 +65,6 @@ TEST_F(UmdviewReadingDataTest, Resume_BeginsAtTheLastScreenDrawnBefore) {
 
 TEST_F(UmdviewReadingDataTest, LookAtABook_LeavesThePlaceAloneThatResumeUsesOrRefuses) {
     Draw("start", "--screens 1");
-    fs::create_directory(m_Folder / "tmp");
     const std::string outside = "outside of the book: beginning at the start\n";
     const std::string unread = "the place cannot be kept: it holds no place that can be read\n";
     const struct {
@@ -80,7 +79,7 @@ TEST_F(UmdviewReadingDataTest, LookAtABook_LeavesThePlaceAloneThatResumeUsesOrRe
                  {FileOf({BookInfo(50)}) + "\3torn", 0, false, ""}};
     for (const auto& row : cases) {
         Write(row.bytes);
-        EXPECT_EQ(Draw("look", "--screens 1", "export TMPDIR=tmp;").err, "");
+        EXPECT_EQ(Draw("look", "--screens 1").err, "");
         EXPECT_EQ(Run("info book.umd").status, 0);
         EXPECT_EQ(Read(), row.bytes);
         EXPECT_TRUE(Screen("look", 1) == Screen("start", 1));
@@ -91,7 +90,6 @@ TEST_F(UmdviewReadingDataTest, LookAtABook_LeavesThePlaceAloneThatResumeUsesOrRe
         EXPECT_EQ(Contains(Run("info book.umd").out, " 0.0 % (block 0)\n"),
                   row.fromStart && row.status == 0);
     }
-    EXPECT_TRUE(fs::is_empty(m_Folder / "tmp"));
 }
 
 TEST_F(UmdviewReadingDataTest, InfoOfABookWithAPlace_TellsItInPercentOfTheBook) {
@@ -120,6 +118,7 @@ TEST_F(UmdviewReadingDataTest, ReadingDataOfEveryKind_IsToldRecordByRecordAndDec
 version: 7
 revision: 9
 size: 386
+deadBytes: 4
 records:
   offset 5, type 3, name "index list", id 7, length 8
     content:
@@ -145,7 +144,8 @@ records:
         offset: 12
   offset 148, type 4, name "tag list", id 7, length 104
     content:
-      "red", "caf�"
+      "red"
+      "caf�"
   offset 261, type 5, name "positions", id 7, length 13
     content:
       block 1, offset 2
@@ -157,12 +157,10 @@ records:
       block 4, offset 5, length 6, comment "see\n\"p. 9\""
   offset 346, type 3, name "index list", id 7, length 12
     content:
-      5, -1
+      5
+      -1
   offset 367, type 9, name "unknown", id 1, length 1
   offset 377, type 4, name "tag list", id 8, length 0
-liveRecords: 10
-freeRecords: 1
-deadBytes: 4
 damage: -
 |)");
     const auto json = Json("readingdata --json book.umd.qvp");
@@ -198,7 +196,7 @@ TEST_F(UmdviewReadingDataTest, DamagedReadingData_IsNamedAndTheRestTold) {
         EXPECT_EQ(lines.err, "umdview: book.umd.qvp: damaged: " + damage + "\n");
         EXPECT_TRUE(Contains(lines.out, "      \"kept\"\n"));
     }
-    EXPECT_TRUE(Contains(Run("readingdata book.umd").out, "freeRecords: 1\ndeadBytes: 3\n"));
+    EXPECT_TRUE(Contains(Run("readingdata book.umd").out, "\ndeadBytes: 3\n"));
 }
 
 TEST_F(UmdviewReadingDataTest, ReadingDataCutAnywhere_IsToldAsFarAsItGoes) {
@@ -219,7 +217,7 @@ TEST_F(UmdviewReadingDataTest, ReadingDataOfVeryManyBooks_IsToldInOnePass) {
         bytes += Bytes({3, id, Le32(2)});
     Write(bytes);
     const Result result = Run("readingdata book.umd.qvp");
-    EXPECT_TRUE(Contains(result.out, "id 99999, length 4\n    content: -\nliveRecords: 100000\n"));
+    EXPECT_TRUE(Contains(result.out, "id 99999, length 4\n    content: -\ndamage:\n"));
     EXPECT_TRUE(Contains(result.err, "record at offset 1299992, index list: it should hold 2 "));
 }
 

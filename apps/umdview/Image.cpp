@@ -15,8 +15,10 @@ void Image::Invert() {
 }
 
 QvFormat::QV_IMAGE Image::View() {
-    const auto width = static_cast<std::int32_t>(m_nWidth);
-    return {0, m_pixels.data(), static_cast<std::int32_t>(m_nHeight), width, width};
+    unsigned char* first = m_pixels.data() + std::size_t{m_nMargin} * m_nWidth + m_nMargin;
+    return {0, first, static_cast<std::int32_t>(m_nHeight - 2 * m_nMargin),
+            static_cast<std::int32_t>(m_nWidth - 2 * m_nMargin),
+            static_cast<std::int32_t>(m_nWidth)};
 }
 
 } // namespace umdview
