@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <utility>
+#include <string>
 
 #include <unistd.h>
 
@@ -22,8 +22,8 @@ std::string Bar(long done, long total) {
 
 } // namespace
 
-Progress::Progress(std::string label, int blocks)
-    : m_sLabel(std::move(label)), m_nBlocks(std::max(blocks, 1)),
+Progress::Progress(int blocks)
+    : m_nBlocks(std::max(blocks, 1)),
       m_nextTime(isatty(STDERR_FILENO) != 0 ? Clock::now() + firstDelay
                                             : Clock::time_point::max()) {}
 
@@ -37,8 +37,8 @@ void Progress::Show(long screens, int block) {
         return;
     m_nextTime = Clock::now() + interval;
     m_bShown = true;
-    std::fprintf(stderr, "\r%s %s %ld\033[K", m_sLabel.c_str(), Bar(block + 1L, m_nBlocks).c_str(),
-                 screens);
+    const std::string bar = Bar(block + 1L, m_nBlocks);
+    std::fprintf(stderr, "\rDrawing screens %s %ld\033[K", bar.c_str(), screens);
 }
 
 } // namespace umdview

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <string>
 
 namespace umdview {
 
@@ -9,7 +8,7 @@ namespace umdview {
 // runs, and runs that write to no terminal, show nothing. The line is gone when the object is.
 class Progress {
 public:
-    Progress(std::string label, int blocks);
+    explicit Progress(int blocks);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
@@ -20,7 +19,6 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    std::string m_sLabel;
     int m_nBlocks;
     bool m_bShown = false;
     Clock::time_point m_nextTime;

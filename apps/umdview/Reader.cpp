@@ -27,7 +27,7 @@ std::unique_ptr<ITextLayout> NewLayout(const Look& look) {
 
 } // namespace
 
-Reader::Reader(const std::string& path, const Look& look, bool keepsPlace) {
+Reader::Reader(const std::string& path, const Look& look, bool keepsPlace) : m_look(look) {
     CheckFile(path);
     auto stream = std::make_unique<CFileStream>(
         reinterpret_cast<const unsigned char*>(path.c_str()), FileOpenRead);
@@ -60,8 +60,8 @@ bool Reader::GoTo(const Place& place) {
 
 // The library loads the text at the saved place with the first drawing, of whatever size.
 bool Reader::ShowSavedPlace() {
-    Image scratch(1, 1, 0);
-    return m_renderer.DrawCurScreen(scratch.View(), 0, 0) == QV_S_OK;
+    unsigned char pixel = 0;
+    return m_renderer.DrawCurScreen({0, &pixel, 1, 1, 1}, 0, 0) == QV_S_OK;
 }
 
 bool Reader::TurnPage() {
@@ -72,10 +72,19 @@ bool Reader::PassOver(int block, int* bytes) {
     return m_renderer.GotoReadableScreen(block, 1, bytes) == QV_S_OK;
 }
 
-void Reader::Draw(Image& image) {
-    image.Clear();
-    m_renderer.DrawCurScreen(image.View(), 0, 0);
-    image.Invert();
+// The library draws into the middle of the image: fewer pixels of a row than lie between the
+// beginnings of two rows. It adds ink to what it finds, so drawing begins with none.
+Image Reader::Draw() {
+    Image image{m_look.width, m_look.height, {}};
+    image.pixels.resize(std::size_t{m_look.width} * m_look.height);
+    const auto width = static_cast<std::int32_t>(m_look.width);
+    const auto height = static_cast<std::int32_t>(m_look.height);
+    const auto margin = static_cast<std::int32_t>(m_look.margin);
+    unsigned char* first = image.pixels.data() + std::ptrdiff_t{margin} * (width + 1);
+    m_renderer.DrawCurScreen({0, first, height - 2 * margin, width - 2 * margin, width}, 0, 0);
+    for (unsigned char& pixel : image.pixels)
+        pixel = static_cast<unsigned char>(255 - pixel); // 255 was full ink
+    return image;
 }
 
 } // namespace umdview

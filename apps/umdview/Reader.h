@@ -48,10 +48,11 @@ public:
     // bytes up to the book's end, 0 at its end.
     bool PassOver(int block, int* bytes);
 
-    // Draws the screen shown into `image`, dark ink on white.
-    void Draw(Image& image);
+    // The screen shown within its margins, dark ink on white.
+    Image Draw();
 
 private:
+    const Look m_look;
     QvFormat::CUMDRenderImpl m_renderer;
 };
 

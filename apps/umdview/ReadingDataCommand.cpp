@@ -1,4 +1,4 @@
-#include "ReadingDataCommand.h"
+#include "Commands.h"
 
 #include <cstdlib>
 #include <set>
@@ -78,57 +78,23 @@ Json ToJson(const ReadingDataFile& file) {
             {"damage", std::move(document.damage)}};
 }
 
-// --- for people: a line for what is simple, deeper lines for what it holds ----------------------
-
 std::string Dump(const Json& json, int indent = -1) {
     return json.dump(indent, ' ', false, Json::error_handler_t::replace);
 }
 
-bool IsSimple(const Json& json) {
-    return !json.is_structured();
-}
-
-// Strings stand in quotes, with escapes, so that their ends can be seen.
-std::string Simple(const Json& json) {
-    return json.is_null() ? "-" : ForTerminal(Dump(json));
-}
-
-void WriteMembers(const Json& object, const std::string& indent);
-
-// An element that is an object has its simple members on one line.
-void WriteElement(const Json& object, const std::string& indent) {
-    std::string line;
-    Json rest = Json::object();
-    for (const auto& [key, value] : object.items()) {
-        if (IsSimple(value))
-            line += (line.empty() ? "" : ", ") + key + " " + Simple(value);
-        else
-            rest[key] = value;
-    }
-    WriteOut(indent + line + "\n");
-    WriteMembers(rest, indent + "  ");
-}
-
-void WriteElements(const Json& array, const std::string& indent) {
-    for (const Json& element : array) {
-        if (IsSimple(element))
-            WriteOut(indent + Simple(element) + "\n");
-        else
-            WriteElement(element, indent);
-    }
-}
-
-void WriteMembers(const Json& object, const std::string& indent) {
-    for (const auto& [key, value] : object.items()) {
-        if (IsSimple(value) || value.empty()) {
-            WriteOut(indent + key + ": " + (value.empty() ? "-" : Simple(value)) + "\n");
-            continue;
+// For people: a line for what is simple, deeper lines for what holds more. Strings stand in quotes,
+// with escapes, so that their ends can be seen.
+void WriteIndented(const Json& json, const std::string& indent) {
+    for (const auto& [key, value] : json.items()) {
+        const std::string name = indent + (json.is_array() ? "-" : key + ":");
+        if (value.empty()) {
+            WriteOut(name + " -\n");
+        } else if (value.is_structured()) {
+            WriteOut(name + "\n");
+            WriteIndented(value, indent + "  ");
+        } else {
+            WriteOut(name + " " + ForTerminal(Dump(value)) + "\n");
         }
-        WriteOut(indent + key + ":\n");
-        if (value.is_array())
-            WriteElements(value, indent + "  ");
-        else
-            WriteMembers(value, indent + "  ");
     }
 }
 
@@ -140,7 +106,7 @@ int RunReadingData(const std::string& path, bool json) {
     if (json)
         WriteOut(Dump(document, 2) + "\n");
     else
-        WriteMembers(document, "");
+        WriteIndented(document, "");
     FlushOut();
     for (const std::string damage : document["damage"])
         Report(file.path, "damaged: " + damage);

@@ -100,13 +100,10 @@ void OpenAt(Reader& reader, const RenderOptions& options, Drawn& drawn) {
 
 // Pages through the screens and draws those asked for. Only one screen is in memory at a time.
 void DrawScreens(Reader& reader, const RenderOptions& options, Drawn& drawn) {
-    const Look& look = options.look;
-    Progress progress("Drawing screens", reader.BlockCount());
-    Image image(look.width, look.height, look.margin);
+    Progress progress(reader.BlockCount());
     for (;; ++drawn.lastShown) {
         if (drawn.lastShown >= options.screens.first) {
-            reader.Draw(image);
-            WriteImage(FilePath(drawn.lastShown, options), image, options.format);
+            WriteImage(FilePath(drawn.lastShown, options), reader.Draw(), options.format);
             ++drawn.count;
         }
         progress.Show(drawn.lastShown, reader.Block());

@@ -1,4 +1,4 @@
-#include "TextCommand.h"
+#include "Commands.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -11,11 +11,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "InfoCommand.h"
+#include "Commands.h"
 #include "Output.h"
-#include "ReadingDataCommand.h"
 #include "RenderCommand.h"
-#include "TextCommand.h"
 #include "common/Failure.h"
 
 namespace {
