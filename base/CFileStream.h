@@ -38,6 +38,8 @@ public:
     QVRESULT WriteByte(unsigned char value) override;
 
 protected:
+    UMDFORMAT_HIDDEN bool StandsAt(long offset, SeekMode mode) const;
+
     FilePtr m_pFile; // null: not open
     FileOpenType m_nOpenType;
 };

@@ -44,7 +44,7 @@ public:
     QVRESULT WriteByte(unsigned char value) override;
 
 protected:
-    int CountThatFits(int count) const;
+    UMDFORMAT_HIDDEN int CountThatFits(int count) const;
 
     std::unique_ptr<unsigned char, OperatorDelete> m_pBuffer; // null: not open
     long m_nLength;

@@ -103,29 +103,29 @@ protected:
     // Appends a chunk. 0: the list could not grow and stays as it was.
     int AddChunkToList(int offset, int length);
 
-    bool StreamIsUsable();
-    bool ReadNextFunctionNode(UMDNode* node);
-    Following ReadFollowingDataNode(UMDNode* node);
-    Step ReadFunction(UMDNode* node);
-    Step ReadBookType(const UMDNode& node);
-    Step ReadContentLength(const UMDNode& node);
-    Step ReadChapterTable(UMDNode* node);
-    Step ReadChapterTitles(UMDNode* node);
-    Step ReadChunkRun(UMDNode* node);
-    bool StoreChapterOffsets(const unsigned char* table, int count);
-    bool ReadTitleBlock(const UMDNode& block);
-    Text* InfoString(int type);
+    UMDFORMAT_HIDDEN bool StreamIsUsable();
+    UMDFORMAT_HIDDEN bool ReadNextFunctionNode(UMDNode* node);
+    UMDFORMAT_HIDDEN Following ReadFollowingDataNode(UMDNode* node);
+    UMDFORMAT_HIDDEN Step ReadFunction(UMDNode* node);
+    UMDFORMAT_HIDDEN Step ReadBookType(const UMDNode& node);
+    UMDFORMAT_HIDDEN Step ReadContentLength(const UMDNode& node);
+    UMDFORMAT_HIDDEN Step ReadChapterTable(UMDNode* node);
+    UMDFORMAT_HIDDEN Step ReadChapterTitles(UMDNode* node);
+    UMDFORMAT_HIDDEN Step ReadChunkRun(UMDNode* node);
+    UMDFORMAT_HIDDEN bool StoreChapterOffsets(const unsigned char* table, int count);
+    UMDFORMAT_HIDDEN bool ReadTitleBlock(const UMDNode& block);
+    UMDFORMAT_HIDDEN Text* InfoString(int type);
 
     // Bytes read at `offset`, fewer than `count` at the end of the file; -1 when seek or read
     // fails, as a read of 0 bytes does.
-    int ReadAt(int offset, unsigned char* buffer, int count);
+    UMDFORMAT_HIDDEN int ReadAt(int offset, unsigned char* buffer, int count);
 
     // The stream's position; -1 when it cannot be told or is no 32-bit offset.
-    int Position();
+    UMDFORMAT_HIDDEN int Position();
 
     // Bytes that the file holds from `offset` on; negative when it ends before or its length is not
     // to be had.
-    std::int64_t BytesFrom(int offset);
+    UMDFORMAT_HIDDEN std::int64_t BytesFrom(int offset);
 
     int m_bReady = 0;
     std::unique_ptr<IQVSequentialStream> m_pStream;
