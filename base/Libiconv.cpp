@@ -180,7 +180,7 @@ bool Converter::PassObstacle(const Run& run) {
 }
 
 // Converts one character to UTF-32, for which every character is good: room for no more than one
-// stops the conversion behind it. False when the probe cannot be opened.
+// stops the conversion after it. False when the probe cannot be opened.
 bool Converter::Identify(const Run& run, Character* character) {
     if (!m_pProbe)
         m_pProbe = QvFormat::Open("UTF-32LE", m_szFrom);

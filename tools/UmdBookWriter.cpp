@@ -89,7 +89,7 @@ public:
 
     void Function(int type, const Bytes& content) { AddFunction(type, 0, content); }
 
-    // A function node whose content ends with the identifier of the data node behind it.
+    // A function node whose content ends with the identifier of the data node that follows.
     void Announced(int type, const Bytes& head, const Bytes& data) {
         const std::uint32_t identifier = m_nextIdentifier++;
         AddFunction(type, 1, head + LE32(identifier));
@@ -163,9 +163,9 @@ void AddChapterTable(NodeList& nodes, const Book& book) {
     nodes.Announced(ChapterTitles, {}, titles);
 }
 
-// The nodes that stand between some chunks of real books: one kind behind the first chunk, the
-// other behind every third.
-void AddSeparatorBehind(NodeList& nodes, std::size_t chunk) {
+// The nodes that stand between some chunks of real books: one kind after the first chunk, the
+// other after every third.
+void AddSeparatorAfter(NodeList& nodes, std::size_t chunk) {
     if (chunk == 0)
         nodes.Function(MoreChunks, Bytes(16));
     else if (chunk % 3 == 2)
@@ -178,7 +178,7 @@ Bytes AddChunks(NodeList& nodes, const std::u16string& text, const Options& opti
     Bytes identifiers;
     for (std::size_t chunk = 0, start = 0; start < text.size(); ++chunk, start += chunkUnits) {
         if (options.separators && chunk > 0)
-            AddSeparatorBehind(nodes, chunk - 1);
+            AddSeparatorAfter(nodes, chunk - 1);
         const std::size_t units = std::min(chunkUnits, text.size() - start);
         const std::uint32_t identifier = nodes.Data(Deflated(LE16(text.data() + start, units)));
         identifiers = std::move(identifiers) + LE32(identifier);
@@ -271,7 +271,7 @@ bool TakeField(Book& book, const std::u16string& line) {
     return false;
 }
 
-// Returns the number of lines taken, the blank one behind the fields included.
+// Returns the number of lines taken, the blank one after the fields included.
 std::size_t TakeFields(Book& book, const std::vector<std::u16string>& lines) {
     if (lines.empty() || !TakeField(book, lines.front()))
         return 0;

@@ -31,8 +31,8 @@ public:
     int BlockCount() { return m_renderer.GetBlockCount(); }
     int Block(); // in which the screen shown begins
 
-    // Show the screen at a fraction of the book (0 its begin to 1 its end), at a place, or at the
-    // saved place; false when the text there is damaged.
+    // Show the screen at a fraction of the book (from 0, its beginning, to 1, its end), at a place,
+    // or at the saved place; false when the text there is damaged.
     bool GoTo(float fraction);
     bool GoTo(const umdhost::Place& place);
     bool ShowSavedPlace();

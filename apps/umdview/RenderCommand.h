@@ -21,7 +21,7 @@ struct RenderOptions {
     ScreenRange screens;
     Look look;
     float position = 0; // fraction of the book
-    long chapter = 0;   // where to begin instead, counted from 1; 0: not there
+    long chapter = 0;   // where to begin instead, counted from 1; 0: at the position
     // Begin at the saved place instead, and keep it at the last screen drawn. Else the reader's
     // place is neither used nor moved.
     bool resume = false;
