@@ -5,7 +5,6 @@ set(public_class_headers
     base/CMemoryStream.h
     base/CUtility.h
     base/Handles.h
-    base/LittleEndian.h
     layout/CPangoLayout.h
     layout/CTextFont.h
     readingdata/CBookAnnotationHelper.h
@@ -18,9 +17,24 @@ set(public_class_headers
     readingdata/CBookPathTableProxyImpl.h
     readingdata/CBookTagProxyImpl.h
     readingdata/CQvpFile.h
-    readingdata/QvpFormat.h
-    readingdata/QvpRecordScan.h
     readingdata/Qvp_Node.h
     render/CUMDRenderImpl.h
     render/CUmdCustomizer.h
     umd/CUMDHandler.h)
+
+# The same headers as an installation has them, and no others: what uses the library from this tree
+# includes from here.
+set(public_include_dir ${CMAKE_BINARY_DIR}/include)
+file(GLOB interface_headers CONFIGURE_DEPENDS RELATIVE ${CMAKE_CURRENT_SOURCE_DIR}/include
+     ${CMAKE_CURRENT_SOURCE_DIR}/include/*.h)
+file(REMOVE_RECURSE ${public_include_dir})
+file(MAKE_DIRECTORY ${public_include_dir})
+foreach(header IN LISTS interface_headers)
+    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR}/include/${header} ${public_include_dir}/${header}
+         SYMBOLIC)
+endforeach()
+foreach(header IN LISTS public_class_headers)
+    get_filename_component(folder ${header} DIRECTORY)
+    file(MAKE_DIRECTORY ${public_include_dir}/${folder})
+    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR}/${header} ${public_include_dir}/${header} SYMBOLIC)
+endforeach()

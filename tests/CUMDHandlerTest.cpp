@@ -133,13 +133,13 @@ public:
     }
 
     // Each chapter as "offset:title", with "?" for a title never read; "-" without a table.
-    std::string Chapters() const {
+    std::string Chapters() {
         std::string chapters = m_pChapters ? "" : " -";
-        for (int i = 0; i < m_nChapterCount; ++i) {
-            const ChapterEntry& chapter = m_pChapters.get()[i];
-            chapters += ' ' + std::to_string(chapter.offset) + ':' + (chapter.title ? "" : "?");
-            for (auto* text = chapter.title.get(); text && LoadLE16(text) != 0; text += 2)
-                chapters += static_cast<char>(LoadLE16(text));
+        for (int i = 0; i < GetChapterCount(); ++i) {
+            const MallocPtr<unsigned short> title(GetChapterTitle(i));
+            chapters += ' ' + std::to_string(GetChapterOffset(i)) + ':' + (title ? "" : "?");
+            for (auto* unit = title.get(); unit && *unit != 0; ++unit)
+                chapters += static_cast<char>(*unit);
         }
         return chapters;
     }
@@ -264,6 +264,17 @@ TEST(CUMDHandler, ExampleOfTheDocument_ParsesAsTheDocumentSays) {
     EXPECT_EQ(book.Chapters(), " 0:\0 22:\x4B\x90"s); // the titles' low bytes
     const MallocPtr<unsigned short> first(book.GetTitle()), second(book.GetTitle());
     EXPECT_NE(first, second);
+}
+
+TEST(CUMDHandler, ChapterThatIsNotThere_HasNeitherTitleNorOffset) {
+    const std::string file = "any4" + table + titles + Data(2, "\2A\0\0"s);
+    Handler book(file), failed(file + Function(1, "\2"));
+    EXPECT_EQ(book.GetChapterCount(), 2);
+    EXPECT_EQ(failed.GetChapterCount(), 0);
+    for (const auto& [handler, index] : {std::pair(&book, -1), {&book, 2}, {&failed, 0}}) {
+        EXPECT_EQ(handler->GetChapterTitle(index), nullptr) << index;
+        EXPECT_EQ(handler->GetChapterOffset(index), -1) << index;
+    }
 }
 
 TEST(CUMDHandler, BookCutOffAnywhere_KeepsAllThatStandsBeforeTheCut) {

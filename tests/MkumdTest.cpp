@@ -44,18 +44,6 @@ public:
         }
         return text;
     }
-
-    int ChapterCount() const { return m_nChapterCount; }
-    std::size_t ChapterOffset(int i) const {
-        return static_cast<std::size_t>(m_pChapters[static_cast<std::size_t>(i)].offset);
-    }
-    std::u16string ChapterTitle(int i) const {
-        const unsigned char* title = m_pChapters[static_cast<std::size_t>(i)].title.get();
-        std::size_t size = 0;
-        while (title[size] != 0 || title[size + 1] != 0)
-            size += 2;
-        return Units(title, size);
-    }
 };
 
 TEST(BookFromTextTest, Texts_GiveTheirChapters) {
@@ -127,11 +115,12 @@ TEST(WriteBookTest, Samples_ReadBackInEveryForm) {
             EXPECT_EQ(reader.GetContentLength(), static_cast<int>(2 * text.size()));
             EXPECT_TRUE(reader.Text() == text) << form;
             EXPECT_EQ(Reader::Owned(reader.GetTitle()), book.title);
-            ASSERT_EQ(reader.ChapterCount(), table ? static_cast<int>(book.chapters.size()) : 0);
-            for (int i = 0; i < reader.ChapterCount(); ++i) {
-                const std::u16string title = reader.ChapterTitle(i);
+            ASSERT_EQ(reader.GetChapterCount(), table ? static_cast<int>(book.chapters.size()) : 0);
+            for (int i = 0; i < reader.GetChapterCount(); ++i) {
+                const std::u16string title = Reader::Owned(reader.GetChapterTitle(i));
                 EXPECT_EQ(title, book.chapters[static_cast<std::size_t>(i)].title);
-                EXPECT_EQ(text.substr(reader.ChapterOffset(i) / 2, title.size()), title);
+                const auto offset = static_cast<std::size_t>(reader.GetChapterOffset(i));
+                EXPECT_EQ(text.substr(offset / 2, title.size()), title);
             }
         }
     }

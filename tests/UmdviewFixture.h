@@ -43,16 +43,32 @@ inline std::u16string LongText() {
     return umdbook::ToUtf16(text);
 }
 
+inline std::string DataNode(const std::string& content) {
+    return "$" + Le32(1) + Le32(static_cast<std::uint32_t>(content.size() + 9)) + content;
+}
+
+// A chapter table of any offsets, with titles that are numbers from 0 to 9.
+inline std::string ChapterTable(const std::vector<int>& offsets) {
+    std::string table, titles;
+    for (std::size_t i = 0; i < offsets.size(); ++i) {
+        table += Le32(static_cast<std::uint32_t>(offsets[i]));
+        titles += "\2"s + static_cast<char>('0' + i) + '\0';
+    }
+    return "#\x83\0\0\5"s + DataNode(table) + "#\x84\0\0\x09\1\0\0\0"s + DataNode(titles);
+}
+
 // The least a book needs, with chunks that hold any bytes; the writer only makes good ones.
-inline std::string BookOfChunks(const std::vector<std::string>& chunks, std::uint32_t declared) {
-    std::string book = "....#\x01\0\0\x06\x01#\x0B\0\0\x09"s + Le32(declared) + "#\xF1\0\0\x05"s;
+inline std::string BookOfChunks(const std::vector<std::string>& chunks, std::uint32_t declared,
+                                const std::vector<int>& chapters = {}) {
+    std::string book = "....#\x01\0\0\x06\x01#\x0B\0\0\x09"s + Le32(declared) +
+                       (chapters.empty() ? "" : ChapterTable(chapters)) + "#\xF1\0\0\x05"s;
     for (const std::string& chunk : chunks) {
         const auto length = static_cast<uLong>(chunk.size());
         uLongf size = compressBound(length);
         std::string stream(size, '\0');
         compress(reinterpret_cast<Bytef*>(stream.data()), &size,
                  reinterpret_cast<const Bytef*>(chunk.data()), length);
-        book += "$" + Le32(1) + Le32(static_cast<std::uint32_t>(size + 9)) + stream.substr(0, size);
+        book += DataNode(stream.substr(0, size));
     }
     return book;
 }

@@ -24,7 +24,7 @@ Bytes Allocate(std::size_t size) {
     return Bytes(static_cast<unsigned char*>(std::malloc(size)));
 }
 
-// Zeros for `length` bytes of text and a whole zero unit behind them, also when `length` is odd.
+// Zeros for `length` bytes of text and a whole zero unit after them, also when `length` is odd.
 Bytes AllocateText(int length) {
     const auto size = static_cast<std::size_t>(length);
     return Bytes(static_cast<unsigned char*>(std::calloc(size + size % 2 + 2, 1)));
@@ -426,6 +426,22 @@ unsigned short* CUMDHandler::GetPublisher() {
 
 unsigned short* CUMDHandler::GetVendor() {
     return CopyUnits(m_pVendor);
+}
+
+int CUMDHandler::GetChapterCount() {
+    return m_bReady ? m_nChapterCount : 0;
+}
+
+unsigned short* CUMDHandler::GetChapterTitle(int index) {
+    if (index < 0 || index >= GetChapterCount())
+        return nullptr;
+    return CopyUnits(m_pChapters.get()[index].title);
+}
+
+int CUMDHandler::GetChapterOffset(int index) {
+    if (index < 0 || index >= GetChapterCount())
+        return -1;
+    return m_pChapters.get()[index].offset;
 }
 
 } // namespace QvFormat

@@ -1,0 +1,135 @@
+#include "common/Book.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+
+#include <sys/stat.h>
+
+#include "base/CFileStream.h"
+#include "common/Failure.h"
+#include "common/TextDecoder.h"
+
+namespace umdhost {
+
+namespace {
+
+constexpr long firstNode = 4; // the file's signature comes before it
+constexpr int nodeMark = '#';
+
+std::unique_ptr<QvFormat::CFileStream> OpenStream(const std::string& path) {
+    return std::make_unique<QvFormat::CFileStream>(
+        reinterpret_cast<const unsigned char*>(path.c_str()), QvFormat::FileOpenRead);
+}
+
+bool BeginsLikeABook(const std::string& path) {
+    const auto stream = OpenStream(path);
+    int mark = 0;
+    stream->Seek(firstNode, QvFormat::SeekFromBegin, nullptr);
+    return stream->ReadByte(&mark) == QvFormat::QV_S_OK && mark == nodeMark;
+}
+
+std::string WhyNoText(const std::string& path, int declaredBytes) {
+    if (!BeginsLikeABook(path))
+        return "not a UMD book";
+    if (declaredBytes == 0)
+        return "damaged, or not a text book: no text found in it";
+    return "damaged: it declares " + std::to_string(declaredBytes) +
+           " bytes of text but holds none";
+}
+
+// Takes over one of the handler's strings: UTF-16 units, ended by a zero.
+BookStrings::Text ToText(unsigned short* string) {
+    const QvFormat::MallocPtr<unsigned short> units(string);
+    if (units == nullptr)
+        return std::nullopt;
+    std::string bytes;
+    for (const unsigned short* unit = units.get(); *unit != 0; ++unit) {
+        bytes += static_cast<char>(*unit & 0xFF);
+        bytes += static_cast<char>(*unit >> 8);
+    }
+    return TextDecoder().Decode(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+}
+
+} // namespace
+
+Book::Book(const std::string& path) : m_sPath(path) {
+    CheckFile(path);
+    // The handler owns the stream from here on.
+    m_pHandler = std::make_unique<QvFormat::CUMDHandler>(OpenStream(path).release());
+    if (ChunkCount() == 0)
+        throw Failure(path, WhyNoText(path, DeclaredBytes()));
+}
+
+BookStrings Book::Strings() const {
+    BookStrings strings;
+    strings.title = ToText(m_pHandler->GetTitle());
+    strings.author = ToText(m_pHandler->GetAuthor());
+    strings.year = ToText(m_pHandler->GetYear());
+    strings.month = ToText(m_pHandler->GetMonth());
+    strings.day = ToText(m_pHandler->GetDay());
+    strings.genre = ToText(m_pHandler->GetGenre());
+    strings.publisher = ToText(m_pHandler->GetPublisher());
+    strings.vendor = ToText(m_pHandler->GetVendor());
+    return strings;
+}
+
+std::int64_t Book::BlockCount() const {
+    const std::int64_t bytes = DeclaredBytes();
+    return bytes > 0 ? (bytes + blockBytes - 1) / blockBytes : 0;
+}
+
+std::string Book::ChapterTitle(int index) const {
+    return ToText(m_pHandler->GetChapterTitle(index)).value_or("");
+}
+
+std::optional<double> Book::Percent(std::int64_t block) const {
+    if (block < 0 || block >= BlockCount())
+        return std::nullopt;
+    const auto last = static_cast<double>(std::max<std::int64_t>(BlockCount() - 1, 1));
+    return std::round(static_cast<double>(block) / last * 1000) / 10;
+}
+
+Chunk Book::ReadChunk(int index) const {
+    Chunk chunk;
+    int size = 0;
+    chunk.bytes.reset(m_pHandler->GetChunkContent(index, &size));
+    chunk.size = static_cast<std::size_t>(size);
+    return chunk;
+}
+
+void CheckFile(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0)
+        throw Failure(path, SystemReason(errno));
+    if (S_ISDIR(status.st_mode))
+        throw Failure(path, SystemReason(EISDIR));
+    if (!S_ISREG(status.st_mode))
+        throw Failure(path, "not a regular file");
+    if (status.st_size == 0)
+        throw Failure(path, "the file is empty");
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr)
+        throw Failure(path, SystemReason(errno));
+    std::fclose(file);
+}
+
+std::string DamagedChunk(int index, int count) {
+    return "damaged: chunk " + std::to_string(index + 1) + " of " + std::to_string(count) +
+           " cannot be read";
+}
+
+void ExplainRefusal(const std::string& path) {
+    const Book book(path);
+    for (int index = 0; index < book.ChunkCount(); ++index) {
+        if (book.ReadChunk(index).bytes == nullptr)
+            throw Failure(path, DamagedChunk(index, book.ChunkCount()));
+    }
+    if (book.DeclaredBytes() == 0)
+        throw Failure(path, "damaged: the length of its text is missing");
+    throw Failure(path, "damaged: a text of " + std::to_string(book.DeclaredBytes()) +
+                            " bytes cannot be");
+}
+
+} // namespace umdhost

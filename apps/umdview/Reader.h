@@ -1,0 +1,59 @@
+#pragma once
+
+#include <string>
+
+#include "Image.h"
+#include "common/SavedPlace.h"
+#include "render/CUMDRenderImpl.h"
+
+namespace umdview {
+
+// How screens are laid out. What stands here is what CreateFormatRenderInstance would give.
+struct Look {
+    unsigned int width = 600; // of a screen with its margins, pixels
+    unsigned int height = 800;
+    unsigned int margin = 0;       // on each side, pixels
+    unsigned int lineSpacing = 0;  // between two lines, pixels
+    std::string font = "fzlth 18"; // Pango's font description; sizes are pixels
+    unsigned int letterSize = 18;  // the font's, by which paragraphs are indented twice
+};
+
+// One book open for reading: what an application does with the library, and nothing else. The
+// renderer gets a layout of our own, because letters of another font or size, and space between
+// the lines, are settings of the layout.
+class Reader {
+public:
+    // Opens the book. With `keepsPlace` it begins at the place saved beside the book, and saves the
+    // place when it goes; else that place is neither used nor moved. Throws Failure, saying what is
+    // wrong with the file, when the library refuses it.
+    Reader(const std::string& path, const Look& look, bool keepsPlace);
+
+    int BlockCount() { return m_renderer.GetBlockCount(); }
+    int Block(); // in which the screen shown begins
+
+    // Show the screen at a fraction of the book (from 0, its beginning, to 1, its end), at a place,
+    // or at the saved place; false when the text there is damaged.
+    bool GoTo(float fraction);
+    bool GoTo(const umdhost::Place& place);
+    bool ShowSavedPlace();
+
+    // Shows the next screen; false when there is none, or when its text is damaged.
+    bool TurnPage();
+
+    // Lets the next turn be a quick one. For the time in which a reader looks at the screen.
+    void PrepareTurn() { m_renderer.PrepareNextScreen(); }
+
+    // Where a turn (`block` -1) or a jump to a block failed: shows the next screen that can be
+    // shown, and stores how many bytes of text were passed over. False when there is none: the
+    // bytes up to the book's end, 0 at its end.
+    bool PassOver(int block, int* bytes);
+
+    // The screen shown within its margins, dark ink on white.
+    Image Draw();
+
+private:
+    const Look m_look;
+    QvFormat::CUMDRenderImpl m_renderer;
+};
+
+} // namespace umdview
