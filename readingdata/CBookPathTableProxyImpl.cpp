@@ -1,7 +1,7 @@
 #include "readingdata/CBookPathTableProxyImpl.h"
 
 #include "base/ByteReader.h"
-#include "readingdata/NewArray.h"
+#include "readingdata/ItemArray.h"
 #include "readingdata/QvpRecordList.h"
 
 namespace QvFormat {
@@ -50,53 +50,24 @@ private:
     std::uint32_t m_nLeft;
 };
 
-// Items that are released together with their paths until they are handed out.
-class PathArray {
-public:
-    explicit PathArray(std::size_t capacity) : m_pItems(NewArray<QvpPathItem>(capacity)) {}
-    PathArray(const PathArray&) = delete;
-    PathArray& operator=(const PathArray&) = delete;
-    ~PathArray() {
-        for (std::uint32_t i = 0; m_pItems && i < m_nCount; ++i)
-            delete[] m_pItems[i].pszPath;
-    }
+// Copies the next item of a record; false when it is damaged or memory runs out.
+bool AddPath(const Qvp_Node* node, ByteReader* reader, ItemArray<QvpPathItem>* list) {
+    QvpPathItem item = {};
+    if (!reader->ReadU32(&item.nValue0) || !reader->ReadU32(&item.nValue1))
+        return false;
+    const auto* path = reinterpret_cast<const char*>(node->pData + reader->Position());
+    const std::size_t length = strnlen(path, reader->Remaining());
+    return reader->Skip(length + 1) && list->Add(item, path, length);
+}
 
-    bool IsValid() const { return m_pItems != nullptr; }
-    std::uint32_t Count() const { return m_nCount; }
-    QvpPathItem* Release() { return m_pItems.release(); }
-
-    // Copies the items of a record; false when one is damaged or memory runs out.
-    bool AddRecord(const Qvp_Node* node) {
-        ByteReader reader(node->pData, node->nLength);
-        std::uint32_t held = 0;
-        if (!reader.ReadU32(&held))
-            return false;
-        for (; held != 0; --held) {
-            if (!AddItem(node, &reader))
-                return false;
-        }
-        return true;
-    }
-
-private:
-    bool AddItem(const Qvp_Node* node, ByteReader* reader) {
-        QvpPathItem item = {};
-        if (!reader->ReadU32(&item.nValue0) || !reader->ReadU32(&item.nValue1))
-            return false;
-        const auto* path = reinterpret_cast<const char*>(node->pData + reader->Position());
-        const std::size_t length = strnlen(path, reader->Remaining());
-        if (!reader->Skip(length + 1))
-            return false;
-        item.pszPath = CopyString(path, length).release();
-        if (!item.pszPath)
-            return false;
-        m_pItems[m_nCount++] = item;
-        return true;
-    }
-
-    std::unique_ptr<QvpPathItem[]> m_pItems;
-    std::uint32_t m_nCount = 0;
-};
+bool AddPaths(const Qvp_Node* node, ItemArray<QvpPathItem>* list) {
+    ByteReader reader(node->pData, node->nLength);
+    std::uint32_t left = 0;
+    reader.ReadU32(&left);
+    while (left != 0 && AddPath(node, &reader, list))
+        --left;
+    return left == 0;
+}
 
 // Adds up the counts as they stand. False when a record cannot hold what it says, so that no count
 // makes the result larger than the file.
@@ -120,12 +91,8 @@ CBookPathTableProxyImpl::CBookPathTableProxyImpl(CQvpFile* file, unsigned int fi
 
 CBookPathTableProxyImpl::~CBookPathTableProxyImpl() = default;
 
-QVRESULT CBookPathTableProxyImpl::AttachList() {
-    return m_pFile->AttachNodeList(QvpNodePathTable, m_nFileId, &m_pList);
-}
-
 int CBookPathTableProxyImpl::AttachDataNode() {
-    return AttachList() == QV_S_OK && m_pList;
+    return m_pFile->AttachNodeList(QvpNodePathTable, m_nFileId, &m_pList) == QV_S_OK && m_pList;
 }
 
 Qvp_Node* CBookPathTableProxyImpl::CreateQvpNode() {
@@ -133,44 +100,36 @@ Qvp_Node* CBookPathTableProxyImpl::CreateQvpNode() {
 }
 
 QVRESULT CBookPathTableProxyImpl::SetPathTable(QvpPathItem* items, unsigned int count) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    if (!AreStorable(items, count))
-        return QV_E_INVALIDARG;
-    if (!m_pList && AttachList() == QV_E_OUTOFMEMORY)
-        return QV_E_FAIL;
+    const QVRESULT refused = CheckProxy(m_pFile, AreStorable(items, count));
+    if (refused != QV_S_OK)
+        return refused;
     PathEntries remaining(items, count);
-    return ReplaceRecords(m_pFile, QvpNodePathTable, m_pList, &remaining,
+    return ReplaceRecords(m_pFile, QvpNodePathTable, m_nFileId, &m_pList, &remaining,
                           [this] { return CreateQvpNode(); });
 }
 
 QVRESULT CBookPathTableProxyImpl::GetPathTable(QvpPathItem** items, unsigned int* count) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    if (!items)
-        return QV_E_INVALIDARG;
+    const QVRESULT refused = CheckProxy(m_pFile, items);
+    if (refused != QV_S_OK)
+        return refused;
     *items = nullptr;
     if (!m_pList && !AttachDataNode())
         return QV_E_FAIL;
     std::uint64_t total = 0;
     const bool bSound = CountItems(m_pList, &total);
-    if (total == 0) {
-        if (count)
-            *count = 0;
+    if (count && total == 0)
+        *count = 0;
+    if (total == 0)
         return QV_S_OK;
-    }
     if (!bSound)
         return QV_E_FAIL;
-    PathArray list(static_cast<std::size_t>(total));
+    ItemArray<QvpPathItem> list(static_cast<std::size_t>(total));
     if (!list.IsValid())
         return QV_E_OUTOFMEMORY;
-    for (const Qvp_Node* node = m_pList; node; node = node->pNext) {
-        if (node->nType == QvpNodePathTable && !list.AddRecord(node))
-            return QV_E_FAIL;
-    }
-    if (count)
-        *count = list.Count();
-    *items = list.Release();
+    if (!ForEachInUse(m_pList, QvpNodePathTable,
+                      [&list](const Qvp_Node* node) { return AddPaths(node, &list); }))
+        return QV_E_FAIL;
+    *items = list.Release(count);
     return QV_S_OK;
 }
 
