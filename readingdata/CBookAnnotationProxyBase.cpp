@@ -41,7 +41,6 @@ QVRESULT CBookAnnotationProxyBase::GetAnnotationList(QvAnnotationType type, IBoo
     const QVRESULT refused = CheckProxy(m_pFile, list);
     if (refused != QV_S_OK)
         return refused;
-    *list = nullptr;
     const QvpNodeType recordType = RecordTypeOf(type);
     if (recordType == QvpNodeFree)
         return QV_E_INVALIDARG;

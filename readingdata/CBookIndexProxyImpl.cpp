@@ -9,25 +9,19 @@ namespace QvFormat {
 
 namespace {
 
-class IndexEntries {
-public:
-    IndexEntries(const int* entries, unsigned int count) : m_pNext(entries), m_nLeft(count) {}
+unsigned char* EntryAt(unsigned char* data, std::uint32_t i) {
+    return data + QvpFormat::CountSize + std::size_t{QvpFormat::IndexEntrySize} * i;
+}
 
-    bool Done() const { return m_nLeft == 0; }
-
+struct IndexEntries : Entries<int> {
     std::uint32_t Fill(unsigned char* data, std::uint32_t length) {
         const std::uint32_t count =
-            std::min(m_nLeft, RecordCapacity(length, QvpFormat::IndexEntrySize));
-        unsigned char* entry = data + QvpFormat::CountSize;
-        for (std::uint32_t i = 0; i < count; ++i, entry += QvpFormat::IndexEntrySize)
-            StoreLE32(entry, static_cast<std::uint32_t>(*m_pNext++));
-        m_nLeft -= count;
+            std::min(nLeft, RecordCapacity(length, QvpFormat::IndexEntrySize));
+        for (std::uint32_t i = 0; i < count; ++i)
+            StoreLE32(EntryAt(data, i), static_cast<std::uint32_t>(*pNext++));
+        nLeft -= count;
         return count;
     }
-
-private:
-    const int* m_pNext;
-    std::uint32_t m_nLeft;
 };
 
 } // namespace
@@ -49,7 +43,7 @@ QVRESULT CBookIndexProxyImpl::SetIndexList(int* entries, unsigned int count) {
     const QVRESULT refused = CheckProxy(m_pFile, entries || count == 0);
     if (refused != QV_S_OK)
         return refused;
-    IndexEntries remaining(entries, count);
+    IndexEntries remaining{{entries, count}};
     return ReplaceRecords(m_pFile, QvpNodeIndexList, m_nFileId, &m_pList, &remaining,
                           [this] { return CreateQvpNode(); });
 }
@@ -58,7 +52,6 @@ QVRESULT CBookIndexProxyImpl::GetIndexList(int** entries, unsigned int* count) {
     const QVRESULT refused = CheckProxy(m_pFile, entries);
     if (refused != QV_S_OK)
         return refused;
-    *entries = nullptr;
     if (!m_pList && !AttachDataNode())
         return QV_E_FAIL;
     const std::uint32_t total = CountEntries(m_pList, QvpNodeIndexList, QvpFormat::IndexEntrySize);
@@ -71,11 +64,9 @@ QVRESULT CBookIndexProxyImpl::GetIndexList(int** entries, unsigned int* count) {
         return QV_E_OUTOFMEMORY;
     int* next = list.get();
     ForEachInUse(m_pList, QvpNodeIndexList, [&next](const Qvp_Node* node) {
-        const unsigned char* entry = node->pData + QvpFormat::CountSize;
-        for (std::uint32_t left = LoadLE32(node->pData); left != 0; --left) {
-            *next++ = static_cast<int>(LoadLE32(entry));
-            entry += QvpFormat::IndexEntrySize;
-        }
+        const std::uint32_t held = LoadLE32(node->pData);
+        for (std::uint32_t i = 0; i < held; ++i)
+            *next++ = static_cast<int>(LoadLE32(EntryAt(node->pData, i)));
         return true;
     });
     *entries = list.release();

@@ -105,33 +105,31 @@ int CBookInfoProxyImpl::InitializeAttachedDataNode(int readOnly) {
     return m_bParsed;
 }
 
-QVRESULT CBookInfoProxyImpl::PrepareGet(const void* out) {
-    const QVRESULT refused = CheckProxy(m_pFile, out);
-    if (refused != QV_S_OK)
-        return refused;
-    const bool bReady = m_pNode ? m_bParsed : InitializeAttachedDataNode(1);
-    return bReady ? QV_S_OK : QV_E_FAIL;
-}
-
-QVRESULT CBookInfoProxyImpl::PrepareSet(bool bArguments) {
+QVRESULT CBookInfoProxyImpl::Prepare(bool bArguments, int readOnly) {
     const QVRESULT refused = CheckProxy(m_pFile, bArguments);
     if (refused != QV_S_OK)
         return refused;
-    const bool bReady = m_pNode ? m_bParsed : InitializeAttachedDataNode(0);
-    return bReady ? QV_S_OK : QV_E_FAIL;
+    const int ready = m_pNode ? m_bParsed : InitializeAttachedDataNode(readOnly);
+    return ready ? QV_S_OK : QV_E_FAIL;
+}
+
+QVRESULT CBookInfoProxyImpl::PrepareSet() {
+    const QVRESULT result = Prepare(true, 0);
+    if (result == QV_S_OK)
+        m_pNode->bModified = 1;
+    return result;
 }
 
 // --- strings ------------------------------------------------------------------------------------
 
 QVRESULT CBookInfoProxyImpl::GetString(Offset slot, char** out) {
-    if (m_pFile && out)
-        *out = nullptr;
-    const QVRESULT result = PrepareGet(out);
+    const QVRESULT refused = CheckProxy(m_pFile, out);
+    const QVRESULT result = refused == QV_S_OK ? Prepare(true, 1) : refused;
     return result == QV_S_OK ? ReadData(this->*slot, out) : result;
 }
 
 QVRESULT CBookInfoProxyImpl::SetString(Offset slot, char const* text, unsigned int length) {
-    const QVRESULT result = PrepareSet(text);
+    const QVRESULT result = Prepare(text, 0);
     return result == QV_S_OK ? WriteData(this->*slot, text, length) : result;
 }
 
@@ -182,11 +180,10 @@ QVRESULT CBookInfoProxyImpl::GetSummary(char** summary) {
 }
 
 QVRESULT CBookInfoProxyImpl::GetLatestSection(char** section) {
+    const QVRESULT refused = CheckProxy(m_pFile, section);
+    if (refused != QV_S_OK)
+        return refused;
     int serialized = 0;
-    const QVRESULT result = CheckProxy(m_pFile, section);
-    if (result != QV_S_OK)
-        return result;
-    *section = nullptr;
     if (GetIsSerialized(&serialized) != QV_S_OK || !serialized)
         return QV_E_FAIL;
     return ReadData(m_nLatestSectionOffset, section);
@@ -223,59 +220,52 @@ QVRESULT CBookInfoProxyImpl::SetSummary(char const* summary, unsigned int length
 // --- numbers ------------------------------------------------------------------------------------
 
 QVRESULT CBookInfoProxyImpl::GetBookSource(QvBookSource* source) {
-    const QVRESULT result = PrepareGet(source);
+    const QVRESULT result = Prepare(source, 1);
     if (result == QV_S_OK)
         *source = static_cast<QvBookSource>(*Field(m_nBookSourceOffset));
     return result;
 }
 
 QVRESULT CBookInfoProxyImpl::GetReadingProgress(unsigned int* progress) {
-    const QVRESULT result = PrepareGet(progress);
+    const QVRESULT result = Prepare(progress, 1);
     if (result == QV_S_OK)
         *progress = LoadLE32(Field(m_nReadingProgressOffset));
     return result;
 }
 
 QVRESULT CBookInfoProxyImpl::GetIsSerialized(int* serialized) {
-    const QVRESULT result = PrepareGet(serialized);
+    const QVRESULT result = Prepare(serialized, 1);
     if (result == QV_S_OK)
         *serialized = *Field(m_nIsSerializedOffset) != 0;
     return result;
 }
 
 QVRESULT CBookInfoProxyImpl::SetReadingProgress(unsigned int progress) {
-    const QVRESULT result = PrepareSet(true);
-    if (result == QV_S_OK) {
+    const QVRESULT result = PrepareSet();
+    if (result == QV_S_OK)
         StoreLE32(Field(m_nReadingProgressOffset), progress);
-        m_pNode->bModified = 1;
-    }
     return result;
 }
 
 QVRESULT CBookInfoProxyImpl::SetBookSource(QvBookSource source) {
-    const QVRESULT result = PrepareSet(true);
-    if (result == QV_S_OK) {
+    const QVRESULT result = PrepareSet();
+    if (result == QV_S_OK)
         *Field(m_nBookSourceOffset) = static_cast<unsigned char>(source);
-        m_pNode->bModified = 1;
-    }
     return result;
 }
 
 QVRESULT CBookInfoProxyImpl::SetIsSerialized(int serialized) {
-    const QVRESULT result = PrepareSet(true);
-    if (result == QV_S_OK) {
+    const QVRESULT result = PrepareSet();
+    if (result == QV_S_OK)
         *Field(m_nIsSerializedOffset) = serialized != 0;
-        m_pNode->bModified = 1;
-    }
     return result;
 }
 
 // --- the reading bookmark -----------------------------------------------------------------------
 
 QVRESULT CBookInfoProxyImpl::GetReadingBookmark(IBookAnnotation** bookmark) {
-    if (m_pFile && bookmark)
-        *bookmark = nullptr;
-    const QVRESULT result = PrepareGet(bookmark);
+    const QVRESULT refused = CheckProxy(m_pFile, bookmark);
+    const QVRESULT result = refused == QV_S_OK ? Prepare(true, 1) : refused;
     if (result != QV_S_OK)
         return result;
     *bookmark = CBookAnnotationHelper::CreateAnnotationFromBuffer(
@@ -285,7 +275,7 @@ QVRESULT CBookInfoProxyImpl::GetReadingBookmark(IBookAnnotation** bookmark) {
 }
 
 QVRESULT CBookInfoProxyImpl::SetReadingBookmark(IBookAnnotation* bookmark) {
-    const QVRESULT result = PrepareSet(bookmark);
+    const QVRESULT result = Prepare(bookmark, 0);
     if (result != QV_S_OK)
         return result;
     if (!CBookAnnotationHelper::SaveAnnotationToBuffer(

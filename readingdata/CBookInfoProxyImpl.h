@@ -75,10 +75,11 @@ private:
     // A field's offset, by the member that holds it once the record is parsed.
     using Offset = unsigned int CBookInfoProxyImpl::*;
 
-    // Every operation begins with one of these: they refuse what a proxy refuses, find the record,
-    // and make it for a setter.
-    UMDFORMAT_HIDDEN QVRESULT PrepareGet(const void* out);
-    UMDFORMAT_HIDDEN QVRESULT PrepareSet(bool bArguments);
+    // What every operation begins with: refuses what a proxy refuses, and finds the record, or
+    // makes it unless `readOnly`.
+    UMDFORMAT_HIDDEN QVRESULT Prepare(bool bArguments, int readOnly);
+    // The same for setters that cannot fail afterwards: marks the record.
+    UMDFORMAT_HIDDEN QVRESULT PrepareSet();
 
     UMDFORMAT_HIDDEN QVRESULT GetString(Offset slot, char** out);
     UMDFORMAT_HIDDEN QVRESULT SetString(Offset slot, char const* text, unsigned int length);

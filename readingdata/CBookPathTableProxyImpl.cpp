@@ -15,39 +15,22 @@ bool IsStorable(const QvpPathItem& item) {
            strnlen(item.pszPath, QvpFormat::MaxPathLength + 1) <= QvpFormat::MaxPathLength;
 }
 
-bool AreStorable(const QvpPathItem* items, unsigned int count) {
-    for (unsigned int i = 0; i < count; ++i) {
-        if (!items || !IsStorable(items[i]))
-            return false;
-    }
-    return true;
-}
-
-class PathEntries {
-public:
-    PathEntries(const QvpPathItem* items, unsigned int count) : m_pNext(items), m_nLeft(count) {}
-
-    bool Done() const { return m_nLeft == 0; }
-
+struct PathEntries : Entries<QvpPathItem> {
     std::uint32_t Fill(unsigned char* data, std::uint32_t length) {
         std::uint32_t position = QvpFormat::CountSize;
         std::uint32_t count = 0;
-        for (; m_nLeft != 0; ++count, ++m_pNext, --m_nLeft) {
-            const std::size_t pathSize = std::strlen(m_pNext->pszPath) + 1;
+        for (; nLeft != 0; ++count, ++pNext, --nLeft) {
+            const std::size_t pathSize = std::strlen(pNext->pszPath) + 1;
             if (QvpFormat::PathValuesSize + pathSize > length - position)
                 break;
-            StoreLE32(data + position, m_pNext->nValue0);
-            StoreLE32(data + position + 4, m_pNext->nValue1);
+            StoreLE32(data + position, pNext->nValue0);
+            StoreLE32(data + position + 4, pNext->nValue1);
             position += QvpFormat::PathValuesSize;
-            std::memcpy(data + position, m_pNext->pszPath, pathSize);
+            std::memcpy(data + position, pNext->pszPath, pathSize);
             position += static_cast<std::uint32_t>(pathSize);
         }
         return count;
     }
-
-private:
-    const QvpPathItem* m_pNext;
-    std::uint32_t m_nLeft;
 };
 
 // Copies the next item of a record; false when it is damaged or memory runs out.
@@ -100,10 +83,10 @@ Qvp_Node* CBookPathTableProxyImpl::CreateQvpNode() {
 }
 
 QVRESULT CBookPathTableProxyImpl::SetPathTable(QvpPathItem* items, unsigned int count) {
-    const QVRESULT refused = CheckProxy(m_pFile, AreStorable(items, count));
+    const QVRESULT refused = CheckProxy(m_pFile, AreStorable(items, count, IsStorable));
     if (refused != QV_S_OK)
         return refused;
-    PathEntries remaining(items, count);
+    PathEntries remaining{{items, count}};
     return ReplaceRecords(m_pFile, QvpNodePathTable, m_nFileId, &m_pList, &remaining,
                           [this] { return CreateQvpNode(); });
 }
@@ -112,16 +95,10 @@ QVRESULT CBookPathTableProxyImpl::GetPathTable(QvpPathItem** items, unsigned int
     const QVRESULT refused = CheckProxy(m_pFile, items);
     if (refused != QV_S_OK)
         return refused;
-    *items = nullptr;
     if (!m_pList && !AttachDataNode())
         return QV_E_FAIL;
     std::uint64_t total = 0;
-    const bool bSound = CountItems(m_pList, &total);
-    if (count && total == 0)
-        *count = 0;
-    if (total == 0)
-        return QV_S_OK;
-    if (!bSound)
+    if (!CountItems(m_pList, &total) && total != 0)
         return QV_E_FAIL;
     ItemArray<QvpPathItem> list(static_cast<std::size_t>(total));
     if (!list.IsValid())

@@ -17,32 +17,14 @@ bool IsStorable(const char* tag) {
     return tag && strnlen(tag, QvpFormat::TagSlotSize) < QvpFormat::TagSlotSize;
 }
 
-bool AreStorable(char* const* tags, unsigned int count) {
-    for (unsigned int i = 0; i < count; ++i) {
-        if (!tags || !IsStorable(tags[i]))
-            return false;
-    }
-    return true;
-}
-
-class TagEntries {
-public:
-    TagEntries(char* const* tags, unsigned int count) : m_pNext(tags), m_nLeft(count) {}
-
-    bool Done() const { return m_nLeft == 0; }
-
+struct TagEntries : Entries<char*> {
     std::uint32_t Fill(unsigned char* data, std::uint32_t length) {
-        const std::uint32_t count =
-            std::min(m_nLeft, RecordCapacity(length, QvpFormat::TagSlotSize));
-        for (std::uint32_t i = 0; i < count; ++i, ++m_pNext)
-            std::memcpy(SlotAt(data, i), *m_pNext, std::strlen(*m_pNext) + 1);
-        m_nLeft -= count;
+        const std::uint32_t count = std::min(nLeft, RecordCapacity(length, QvpFormat::TagSlotSize));
+        for (std::uint32_t i = 0; i < count; ++i, ++pNext)
+            std::memcpy(SlotAt(data, i), *pNext, std::strlen(*pNext) + 1);
+        nLeft -= count;
         return count;
     }
-
-private:
-    char* const* m_pNext;
-    std::uint32_t m_nLeft;
 };
 
 // Copies the tags of a record, passing over those without an end; false without memory.
@@ -73,10 +55,10 @@ Qvp_Node* CBookTagProxyImpl::CreateQvpNode() {
 }
 
 QVRESULT CBookTagProxyImpl::SetTagList(char** tags, unsigned int count) {
-    const QVRESULT refused = CheckProxy(m_pFile, AreStorable(tags, count));
+    const QVRESULT refused = CheckProxy(m_pFile, AreStorable(tags, count, IsStorable));
     if (refused != QV_S_OK)
         return refused;
-    TagEntries remaining(tags, count);
+    TagEntries remaining{{tags, count}};
     return ReplaceRecords(m_pFile, QvpNodeTagList, m_nFileId, &m_pList, &remaining,
                           [this] { return CreateQvpNode(); });
 }
@@ -85,15 +67,9 @@ QVRESULT CBookTagProxyImpl::GetTagList(char*** tags, unsigned int* count) {
     const QVRESULT refused = CheckProxy(m_pFile, tags);
     if (refused != QV_S_OK)
         return refused;
-    *tags = nullptr;
     if (!m_pList && !AttachDataNode())
         return QV_E_FAIL;
-    const std::uint32_t total = CountEntries(m_pList, QvpNodeTagList, QvpFormat::TagSlotSize);
-    if (count && total == 0)
-        *count = 0;
-    if (total == 0)
-        return QV_S_OK;
-    ItemArray<char*> list(total);
+    ItemArray<char*> list(CountEntries(m_pList, QvpNodeTagList, QvpFormat::TagSlotSize));
     if (!list.IsValid() || !ForEachInUse(m_pList, QvpNodeTagList,
                                          [&list](Qvp_Node* node) { return AddTags(node, &list); }))
         return QV_E_OUTOFMEMORY;

@@ -13,6 +13,7 @@
 #include "base/CUtility.h"
 #include "base/Handles.h"
 #include "base/OwnedArray.h"
+#include "base/RegularFile.h"
 #include "readingdata/CBookIndexProxyImpl.h"
 #include "readingdata/CBookInfoProxyImpl.h"
 #include "readingdata/CBookPathTableProxyImpl.h"
@@ -21,7 +22,6 @@
 #include "readingdata/QvpFormat.h"
 #include "readingdata/QvpRecordFile.h"
 #include "readingdata/QvpRecordScan.h"
-#include "readingdata/RegularFile.h"
 
 namespace QvFormat {
 
@@ -62,10 +62,6 @@ bool IsUnsaved(const Qvp_Node* node) {
 bool IsListed(const QvpRecord& record) {
     return record.bWhole && record.nType != QvpNodeFree && record.nLength != 0 &&
            record.nLength <= INT_MAX;
-}
-
-long EndOf(const Qvp_Node& node) {
-    return node.nOffset + QvpFormat::RecordHeaderSize + static_cast<long>(node.nLength);
 }
 
 // Whatever is appended after a record that was cut off while it was written would be taken for its
@@ -281,7 +277,7 @@ QVRESULT CQvpFile::AttachNodeList(QvpNodeType type, unsigned int fileId, Qvp_Nod
     *head = nullptr;
     if (type != QvpNodePathTable && !FindFileDataNode(fileId))
         return QV_E_FAIL;
-    Qvp_Node** slot = ListSlot(type, fileId);
+    Qvp_Node** slot = FindList(type, fileId);
     if (!slot)
         return QV_E_INVALIDARG;
     const QVRESULT result = *slot ? QV_S_OK : LoadNodeList(type, fileId, slot);
@@ -295,17 +291,16 @@ QVRESULT CQvpFile::AppendNodeList(Qvp_Node* chain) {
     if (!chain)
         return QV_E_INVALIDARG;
     Qvp_Node* last = nullptr; // the node placed before, the tail of its list
-    while (chain) {
-        Qvp_Node* node = chain;
+    while (Qvp_Node* node = chain) {
         const bool bSameList = last && last->nType == node->nType && last->nId == node->nId;
-        Qvp_Node** slot = bSameList ? &last->pNext : ListSlot(node->nType, node->nId);
         const bool bListed = node->nType > QvpNodeFree && node->nType <= QvpNodeCommentAnnotations;
-        if (bListed && !slot)
+        if (bListed && node->nType != QvpNodePathTable && !FindFileDataNode(node->nId))
             return QV_E_FAIL;
         chain = node->pNext;
         node->pNext = nullptr;
         if (!bListed)
             continue;
+        Qvp_Node** slot = bSameList ? &last->pNext : FindList(node->nType, node->nId);
         while (*slot)
             slot = &(*slot)->pNext;
         *slot = last = node;
@@ -327,28 +322,21 @@ Qvp_File_Data_Node* CQvpFile::FindFileDataNode(unsigned int fileId) {
     return group;
 }
 
-Qvp_Node** CQvpFile::ListSlot(QvpNodeType type, unsigned int fileId) {
+Qvp_Node** CQvpFile::FindList(unsigned int type, unsigned int fileId) {
     if (type == QvpNodePathTable)
         return &m_pPathTableList;
-    for (const ListOfType& entry : FileIdLists) {
-        if (entry.type != type)
-            continue;
-        Qvp_File_Data_Node* group = FindFileDataNode(fileId);
-        return group ? &(group->*entry.list) : nullptr;
+    for (Qvp_File_Data_Node* group = m_pFileDataList; group; group = group->pNext) {
+        for (const ListOfType& entry : FileIdLists) {
+            if (group->nFileId == fileId && entry.type == static_cast<QvpNodeType>(type))
+                return &(group->*entry.list);
+        }
     }
     return nullptr;
 }
 
-Qvp_Node* CQvpFile::Loaded(unsigned int type, unsigned int fileId) const {
-    if (type == QvpNodePathTable)
-        return m_pPathTableList;
-    for (const Qvp_File_Data_Node* group = m_pFileDataList; group; group = group->pNext) {
-        for (const ListOfType& entry : FileIdLists) {
-            if (group->nFileId == fileId && entry.type == static_cast<QvpNodeType>(type))
-                return group->*entry.list;
-        }
-    }
-    return nullptr;
+bool CQvpFile::IsLoaded(const QvpRecord& record) {
+    Qvp_Node** list = IsListed(record) ? FindList(record.nType, record.nId) : nullptr;
+    return list && *list;
 }
 
 template<typename Visit>
@@ -414,9 +402,9 @@ QVRESULT CQvpFile::Flush() {
     m_bFlushed = true;
 
     const bool bUnsaved = HasNode(IsUnsaved);
-    const bool bChanged = status.st_size != KnownSize(); // by another container or program
+    const bool bChanged = status.st_size != Known().size; // by another container or program
     const bool bAppend = !HasNode(IsNew) || MayAppend(bChanged);
-    const bool bCutShort = bUnsaved && status.st_size < KnownEnd();
+    const bool bCutShort = bUnsaved && status.st_size < Known().end;
     if ((bMissing || bCutShort || !bAppend || ShouldRewrite()) &&
         CompactFile(bChanged) != Replacement::Impossible)
         return QV_S_OK;
@@ -441,24 +429,18 @@ int CQvpFile::ShouldRewrite() {
     return 0;
 }
 
-// What was read and what was appended here.
-long CQvpFile::KnownSize() const {
-    long size = m_nImageSize;
-    ForEachNode([&size](const Qvp_Node* node) {
-        if (node->nOffset != 0 && !node->bBorrowed)
-            size += EndOf(*node) - node->nOffset;
+// The size that the file has if nobody else has changed it, and the end of the last known record,
+// which lies beyond that size when others have appended before it.
+CQvpFile::Extent CQvpFile::Known() const {
+    Extent known = {m_nImageSize, m_nImageSize};
+    ForEachNode([&known](const Qvp_Node* node) {
+        const long size = QvpFormat::RecordHeaderSize + static_cast<long>(node->nLength);
+        if (node->nOffset == 0)
+            return;
+        known.size += node->bBorrowed ? 0 : size;
+        known.end = std::max(known.end, node->nOffset + size);
     });
-    return size;
-}
-
-// Where the last known record ends; after KnownSize() when others have appended too.
-long CQvpFile::KnownEnd() const {
-    long end = m_nImageSize;
-    ForEachNode([&end](const Qvp_Node* node) {
-        if (node->nOffset != 0)
-            end = std::max(end, EndOf(*node));
-    });
-    return end;
+    return known;
 }
 
 // Not after a torn record, nor beside a record of the same list that another container has appended
@@ -476,9 +458,9 @@ bool CQvpFile::MayAppend(bool bChanged) {
     QvpRecordScan scan(size);
     QvpRecord record = {};
     while (scan.Next(image.get(), &record)) {
-        if (!IsListed(record) || places.NodeAt(record.nOffset))
+        if (places.NodeAt(record.nOffset) || !IsLoaded(record))
             continue;
-        for (const Qvp_Node* node = Loaded(record.nType, record.nId); node; node = node->pNext) {
+        for (Qvp_Node* node = *FindList(record.nType, record.nId); node; node = node->pNext) {
             if (IsNew(node))
                 return false;
         }
@@ -547,10 +529,8 @@ Replacement CQvpFile::CompactFile(bool bChanged) {
     const FilePtr file = bChanged ? OpenRegularFile(m_pszPath.get(), false) : nullptr;
     const bool bReread = file && ReadImage(file.get(), &other, &otherSize) == QV_S_OK &&
                          !IsCutShort(other.get(), otherSize);
-    if (bReread) {
-        m_pImage.swap(other);
-        std::swap(m_nImageSize, otherSize);
-    }
+    if (bReread)
+        SwapImage(&other, &otherSize);
 
     Image content;
     long size = 0;
@@ -563,11 +543,14 @@ Replacement CQvpFile::CompactFile(bool bChanged) {
         return result;
     }
     places.Restore();
-    if (bReread) {
-        m_pImage.swap(other);
-        std::swap(m_nImageSize, otherSize);
-    }
+    if (bReread)
+        SwapImage(&other, &otherSize);
     return result;
+}
+
+void CQvpFile::SwapImage(Image* image, long* size) {
+    m_pImage.swap(*image);
+    std::swap(m_nImageSize, *size);
 }
 
 // Whether a file holds nothing but the first records of the image.
@@ -613,8 +596,7 @@ int CQvpFile::SaveValidContentToFile(std::FILE* file) {
         Qvp_Node* node = places.NodeAt(record.nOffset);
         if (node && node->nId == record.nId && node->nLength == record.nLength) {
             written = node->nType == QvpNodeFree || AppendQvpRecord(file, *node, &node->nOffset);
-        } else if (record.nType != QvpNodeFree &&
-                   !(IsListed(record) && Loaded(record.nType, record.nId))) {
+        } else if (record.nType != QvpNodeFree && !IsLoaded(record)) {
             const std::size_t size = QvpFormat::RecordHeaderSize + std::size_t{record.nLength};
             written = std::fwrite(m_pImage.get() + record.nOffset, 1, size, file) == size;
         }

@@ -107,26 +107,30 @@ protected:
 
 private:
     using Image = std::unique_ptr<unsigned char[]>;
+    struct Extent {
+        long size;
+        long end;
+    };
 
     UMDFORMAT_HIDDEN QVRESULT ReadImage(std::FILE* file, Image* image, long* size);
     UMDFORMAT_HIDDEN bool NextRecord(QvpRecordScan* scan, QvpRecord* record);
 
-    // The head of a loaded list; null for one that is not.
-    UMDFORMAT_HIDDEN Qvp_Node* Loaded(unsigned int type, unsigned int fileId) const;
-    // Where the head of a list is kept; null for no such type or no memory.
-    UMDFORMAT_HIDDEN Qvp_Node** ListSlot(QvpNodeType type, unsigned int fileId);
+    // Where the head of a list is kept; null for no such type or a file id that is not in use.
+    UMDFORMAT_HIDDEN Qvp_Node** FindList(unsigned int type, unsigned int fileId);
+    // Whether the list of a record in the file is loaded.
+    UMDFORMAT_HIDDEN bool IsLoaded(const QvpRecord& record);
     template<typename Visit>
     void ForEachNode(Visit visit) const;
     UMDFORMAT_HIDDEN bool HasNode(bool (*predicate)(const Qvp_Node*)) const;
     UMDFORMAT_HIDDEN NodePlaces Places() const;
 
     UMDFORMAT_HIDDEN bool IsUpToDate() const;
-    UMDFORMAT_HIDDEN long KnownSize() const;
-    UMDFORMAT_HIDDEN long KnownEnd() const;
+    UMDFORMAT_HIDDEN Extent Known() const;
     UMDFORMAT_HIDDEN bool MayAppend(bool bChanged);
     UMDFORMAT_HIDDEN QVRESULT UpdateFile(bool bAppend);
     UMDFORMAT_HIDDEN Replacement CompactFile(bool bChanged);
     UMDFORMAT_HIDDEN bool IsCutShort(const unsigned char* file, long size) const;
+    UMDFORMAT_HIDDEN void SwapImage(Image* image, long* size);
     UMDFORMAT_HIDDEN bool WriteContent(std::size_t room, Image* content, long* size);
     UMDFORMAT_HIDDEN void AdoptImage(Image image, long size);
 

@@ -11,7 +11,8 @@ namespace QvFormat {
 template<typename Item>
 class ItemArray {
 public:
-    explicit ItemArray(std::size_t capacity) : m_pItems(NewArray<Item>(capacity)) {}
+    explicit ItemArray(std::size_t capacity)
+        : m_nCapacity(capacity), m_pItems(NewArray<Item>(capacity)) {}
     ItemArray(const ItemArray&) = delete;
     ItemArray& operator=(const ItemArray&) = delete;
     ~ItemArray() {
@@ -31,17 +32,19 @@ public:
         return true;
     }
 
-    // Hands out the array and, unless `count` is null, the number of items.
+    // Hands out the array, null for a capacity of 0, and the number of items unless `count` is
+    // null.
     Item* Release(unsigned int* count) {
         if (count)
             *count = m_nCount;
-        return m_pItems.release();
+        return m_nCapacity ? m_pItems.release() : nullptr;
     }
 
 private:
     static char*& TextOf(char*& tag) { return tag; }
     static char*& TextOf(QvpPathItem& item) { return item.pszPath; }
 
+    std::size_t m_nCapacity;
     OwnedArray<Item> m_pItems;
     std::uint32_t m_nCount = 0;
 };

@@ -2,6 +2,7 @@
 // entries, records are reused in place, missing ones are created and surplus ones freed.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "base/LittleEndian.h"
@@ -16,6 +17,19 @@ inline QVRESULT CheckProxy(const CQvpFile* file, bool bArguments) {
     if (!file)
         return QV_E_NOTREADY;
     return bArguments ? QV_S_OK : QV_E_INVALIDARG;
+}
+
+// The same for an operation that hands something out; `*out` is null then.
+template<typename T>
+QVRESULT CheckProxy(const CQvpFile* file, T** out) {
+    if (file && out)
+        *out = nullptr;
+    return CheckProxy(file, out != nullptr);
+}
+
+template<typename Item, typename Test>
+bool AreStorable(const Item* items, std::uint32_t count, Test isStorable) {
+    return count == 0 || (items && std::all_of(items, items + count, isStorable));
 }
 
 // Asks for a list before it is written. False when it could not be read for lack of memory: new
@@ -49,10 +63,20 @@ inline void FreeRecords(Qvp_Node* node) {
     }
 }
 
-// Moves entries into one record. Entries has two operations: Done(), whether none remain, and
-// Fill(data, length), which puts as many as fit after the count and returns their number.
-template<typename Entries>
-std::uint32_t FillRecord(Qvp_Node* node, QvpNodeType type, Entries* entries) {
+// What remains of a list that is being written. A class derived from it has an operation
+// Fill(data, length), which puts as many items as fit after a record's count and returns their
+// number.
+template<typename Item>
+struct Entries {
+    const Item* pNext;
+    std::uint32_t nLeft;
+
+    bool Done() const { return nLeft == 0; }
+};
+
+// Moves entries into one record.
+template<typename Remaining>
+std::uint32_t FillRecord(Qvp_Node* node, QvpNodeType type, Remaining* entries) {
     const std::uint32_t count = entries->Fill(node->pData, node->nLength);
     StoreLE32(node->pData, count);
     node->nType = type;
@@ -62,8 +86,8 @@ std::uint32_t FillRecord(Qvp_Node* node, QvpNodeType type, Entries* entries) {
 
 // Puts what remains into new records from `create`, which are handed to the container as one chain:
 // one by one, each would be looked up from the head of the list.
-template<typename Entries, typename Create>
-QVRESULT AppendRecords(CQvpFile* file, QvpNodeType type, Entries* entries, Create create) {
+template<typename Remaining, typename Create>
+QVRESULT AppendRecords(CQvpFile* file, QvpNodeType type, Remaining* entries, Create create) {
     Qvp_Node* chain = nullptr;
     Qvp_Node** tail = &chain;
     QVRESULT result = QV_S_OK;
@@ -83,9 +107,9 @@ QVRESULT AppendRecords(CQvpFile* file, QvpNodeType type, Entries* entries, Creat
 // Replaces a list: its records take the entries in order; then surplus records are freed, or
 // missing ones made. QV_E_FAIL: the list could not be read, and nothing changes; or a record could
 // not be made, and the entries before it are in place.
-template<typename Entries, typename Create>
+template<typename Remaining, typename Create>
 QVRESULT ReplaceRecords(CQvpFile* file, QvpNodeType type, unsigned int fileId, Qvp_Node** head,
-                        Entries* entries, Create create) {
+                        Remaining* entries, Create create) {
     if (!AttachForWriting(file, type, fileId, head))
         return QV_E_FAIL;
     Qvp_Node* node = *head;

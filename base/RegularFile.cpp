@@ -1,4 +1,4 @@
-#include "readingdata/RegularFile.h"
+#include "base/RegularFile.h"
 
 #include <algorithm>
 #include <atomic>
