@@ -262,14 +262,11 @@ TEST(CUMDHandler, ExampleOfTheDocument_ParsesAsTheDocumentSays) {
     const auto* text = reinterpret_cast<const char*>(u"茶者，南方之嘉木也。\u2029其");
     EXPECT_EQ(book.Chunk(0) + book.Chunk(1) + book.Chunk(2), std::string(text, 24));
     EXPECT_EQ(book.Chapters(), " 0:\0 22:\x4B\x90"s); // the titles' low bytes
-    const MallocPtr<unsigned short> first(book.GetTitle()), second(book.GetTitle());
-    EXPECT_NE(first, second);
 }
 
 TEST(CUMDHandler, ChapterThatIsNotThere_HasNeitherTitleNorOffset) {
     const std::string file = "any4" + table + titles + Data(2, "\2A\0\0"s);
     Handler book(file), failed(file + Function(1, "\2"));
-    EXPECT_EQ(book.GetChapterCount(), 2);
     EXPECT_EQ(failed.GetChapterCount(), 0);
     for (const auto& [handler, index] : {std::pair(&book, -1), {&book, 2}, {&failed, 0}}) {
         EXPECT_EQ(handler->GetChapterTitle(index), nullptr) << index;
