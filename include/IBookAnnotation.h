@@ -8,7 +8,9 @@
 namespace QvFormat {
 
 // A marked place in a book: the block it begins in, the offset in that block, and by its type a
-// length and a comment. The order of the operations is that of their virtual slots.
+// length and a comment. One thread at a time. An annotation belongs to whoever received or made it
+// and keeps nothing of what it is given. The order of the operations is that of their virtual
+// slots.
 //
 // Getters return QV_E_INVALIDARG for a null pointer and store nothing then.
 class UMDFORMAT_API IBookAnnotation {

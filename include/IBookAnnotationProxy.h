@@ -8,8 +8,9 @@ namespace QvFormat {
 
 class IBookAnnotation;
 
-// The annotation lists of one book, one per annotation type. The order of the operations is that of
-// their virtual slots. How a list is handed over is said by the implementation,
+// The annotation lists of one book, one per annotation type. One thread at a time for the proxy and
+// the container it works on, which must outlive it. The order of the operations is that of their
+// virtual slots. How a list is handed over is said by the implementation,
 // CBookAnnotationListProxy.
 class UMDFORMAT_API IBookAnnotationProxy {
 public:

@@ -5,8 +5,9 @@
 
 namespace QvFormat {
 
-// A list of integers kept with a book; what they mean is the application's. The order of the
-// operations is that of their virtual slots. Both return QV_E_NOTREADY without a container.
+// A list of integers kept with a book; what they mean is the application's. One thread at a time
+// for the proxy and the entity it comes from, which must outlive it. The order of the operations is
+// that of their virtual slots. Both return QV_E_NOTREADY without a container.
 class UMDFORMAT_API IBookIndexProxy {
 public:
     virtual ~IBookIndexProxy();

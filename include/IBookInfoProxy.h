@@ -9,7 +9,8 @@ namespace QvFormat {
 class IBookAnnotation;
 
 // The book-information record of one book: what describes it, where it came from and where it was
-// left. The order of the operations is that of their virtual slots.
+// left. One thread at a time for the proxy and the entity it comes from, which must outlive it. The
+// order of the operations is that of their virtual slots.
 //
 // All return QV_E_NOTREADY without a container and QV_E_INVALIDARG for a null pointer. A getter
 // returns QV_E_FAIL when there is no record yet; the first setter makes one, its fields empty or 0.

@@ -17,8 +17,9 @@ struct QvpPathItem {
 static_assert(offsetof(QvpPathItem, pszPath) == 8);
 static_assert(sizeof(void*) != 4 || sizeof(QvpPathItem) == 12);
 
-// The one path table of a reading-data file. The order of the operations is that of their virtual
-// slots. Both return QV_E_NOTREADY without a container.
+// The one path table of a reading-data file. One thread at a time for the proxy and the entity it
+// comes from, which must outlive it. The order of the operations is that of their virtual slots.
+// Both return QV_E_NOTREADY without a container.
 class UMDFORMAT_API IBookPathTableProxy {
 public:
     virtual ~IBookPathTableProxy();

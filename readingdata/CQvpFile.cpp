@@ -64,6 +64,13 @@ bool IsListed(const QvpRecord& record) {
            record.nLength <= INT_MAX;
 }
 
+// Whether a record is that of a node in use; another container may have freed it, or put another
+// one in its place.
+bool IsRecordOf(const Qvp_Node& node, const QvpRecord& record) {
+    return node.nType != QvpNodeFree && node.nId == record.nId && node.nLength == record.nLength &&
+           (record.nType == QvpNodeFree || record.nType == node.nType);
+}
+
 // Whatever is appended after a record that was cut off while it was written would be taken for its
 // missing bytes.
 bool EndsTorn(const unsigned char* image, long size) {
@@ -594,8 +601,8 @@ int CQvpFile::SaveValidContentToFile(std::FILE* file) {
     QvpRecord record = {};
     while (written && scan.Next(m_pImage.get(), &record) && record.bWhole) {
         Qvp_Node* node = places.NodeAt(record.nOffset);
-        if (node && node->nId == record.nId && node->nLength == record.nLength) {
-            written = node->nType == QvpNodeFree || AppendQvpRecord(file, *node, &node->nOffset);
+        if (node && IsRecordOf(*node, record)) {
+            written = AppendQvpRecord(file, *node, &node->nOffset);
         } else if (record.nType != QvpNodeFree && !IsLoaded(record)) {
             const std::size_t size = QvpFormat::RecordHeaderSize + std::size_t{record.nLength};
             written = std::fwrite(m_pImage.get() + record.nOffset, 1, size, file) == size;

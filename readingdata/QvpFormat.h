@@ -25,7 +25,7 @@ constexpr int RecordIdAt = 1;
 constexpr int RecordLengthAt = 5;
 
 // More dead data bytes than this make a flush compact the file: about two book-information records,
-// little beside the least file system block that a rewrite costs.
+// little against the smallest file system block that a compaction costs.
 constexpr std::uint32_t MaxFreeData = 5120;
 
 using QvFormat::CommonFileId;

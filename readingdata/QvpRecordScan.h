@@ -26,11 +26,11 @@ public:
     // Where the next record begins.
     long Position() const { return m_nPosition; }
 
-    // Takes the record whose header stands at Position() and steps behind it. False after a record
+    // Takes the record whose header stands at Position() and steps over it. False after a record
     // that reaches beyond the end: nothing can follow it.
     bool Take(const unsigned char* header, QvpRecord* record);
 
-    // Takes the next record of a whole file in memory; false behind the last one.
+    // Takes the next record of a whole file in memory; false after the last one.
     bool Next(const unsigned char* image, QvpRecord* record);
 
     // True when a scan that ran to its end has accounted for every byte: no record is cut off.

@@ -1,6 +1,9 @@
-// Random operations over every proxy of one file, checked against what the file should hold.
+// Random operations over every proxy of one file, checked against what the file should hold. The
+// files of a seed have the same bytes on every machine.
 #include <map>
 #include <random>
+
+#include <zlib.h>
 
 #include "ReadingDataFixture.h"
 
@@ -54,7 +57,12 @@ Contents ContentsOf(const std::string& file) {
     return contents;
 }
 
-class ReadingDataModelTest : public Fixture, public testing::WithParamInterface<unsigned int> {
+struct Seed {
+    unsigned int seed;
+    unsigned long checksum; // of all files that are checked
+};
+
+class ReadingDataModelTest : public Fixture, public testing::WithParamInterface<Seed> {
 public:
     // The proxies of one file id.
     struct Proxies {
@@ -157,9 +165,12 @@ public:
         const std::string file = Read();
         ASSERT_TRUE(file == FileOf(RecordsOf(file)) && m_Model == ContentsOf(file))
             << "after operation " << m_nOperation;
+        m_nChecksum = crc32(m_nChecksum, reinterpret_cast<const unsigned char*>(file.data()),
+                            static_cast<unsigned int>(file.size()));
     }
 
-    std::mt19937 m_Engine{GetParam()};
+    std::mt19937 m_Engine{GetParam().seed};
+    unsigned long m_nChecksum = 0;
     Contents m_Model;
     std::map<std::uint32_t, Proxies> m_Proxies;
     int m_nOperation = 0;
@@ -187,8 +198,11 @@ TEST_P(ReadingDataModelTest, ThousandsOfOperations_EveryFlush_WritesWhatTheModel
             CheckFile();
         }
     }
+    EXPECT_EQ(GetParam().checksum, m_nChecksum) << std::hex << m_nChecksum;
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, ReadingDataModelTest, testing::Values(1u, 2u, 3u, 4u));
+INSTANTIATE_TEST_SUITE_P(Seeds, ReadingDataModelTest,
+                         testing::Values(Seed{1, 0x0C7E24D9}, Seed{2, 0x05072ACA},
+                                         Seed{3, 0x47595B6A}, Seed{4, 0xBB92870A}));
 
 } // namespace
