@@ -1,0 +1,300 @@
+// Opens a hostile book over a stream in memory, reads it as a script says, and holds every result
+// against what the reader of any book relies on.
+//
+// The input: how many blocks a segment has (1 byte); the reading data (1 byte, by which one input
+// in five has hostile ones: 1 byte of length, then their bytes); the script (1 byte of length, then
+// its bytes); the book's shape (4 bytes); its text. fuzz/HostileBook.h says how the last two are
+// read.
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <new>
+#include <optional>
+#include <utility>
+
+#include <pango/pangoft2.h>
+#include <unistd.h>
+
+#include "base/CMemoryStream.h"
+#include "fuzz/HostileBook.h"
+#include "layout/CPangoLayout.h"
+#include "render/CUMDRenderImpl.h"
+
+using namespace QvFormat;
+
+namespace {
+
+constexpr int kBlockUnits = 64;
+constexpr int kTextBlocks = 3;                // of text at most, for each block of a segment
+constexpr std::size_t kImageBytes = 1U << 16; // of the biggest image
+
+using Place = std::optional<std::pair<int, int>>; // block, offset in it
+
+void Require(bool holds, const char* promise) {
+    if (holds)
+        return;
+    std::fprintf(stderr, "Broken: %s\n", promise);
+    std::abort();
+}
+
+// What is asked of stream and layout is refused once, when `in` questions have passed; 0: never.
+bool Refuses(unsigned& in) {
+    return in > 0 && --in == 0;
+}
+
+class FuzzStream : public CMemoryStream {
+public:
+    FuzzStream(unsigned char* buffer, long length, unsigned& refuseIn)
+        : CMemoryStream(buffer, length), m_nRefuseIn(refuseIn) {}
+    QVRESULT Read(unsigned char* buffer, int count, int* read) override {
+        return Refuses(m_nRefuseIn) ? QV_E_FAIL : CMemoryStream::Read(buffer, count, read);
+    }
+
+private:
+    unsigned& m_nRefuseIn;
+};
+
+PangoFontMap* NewFontMap() {
+    setenv("FONTCONFIG_FILE", FUZZ_FONTS_CONF, 1);
+    return pango_ft2_font_map_new();
+}
+
+// As the factory makes it, but all share one font map: loading the fonts anew would take most of a
+// run's time.
+class FuzzLayout : public CPangoLayout {
+public:
+    explicit FuzzLayout(unsigned& refuseIn)
+        : CPangoLayout(nullptr, 600, 800, 72, 72), m_nRefuseIn(refuseIn) {
+        static PangoFontMap* const fonts = NewFontMap();
+        m_pFontMap.reset(static_cast<PangoFontMap*>(g_object_ref(fonts)));
+        m_pContext.reset(pango_font_map_create_context(fonts));
+        m_pLayout.reset(pango_layout_new(m_pContext.get()));
+        SetFontDescription("fzlth 18");
+        SetLayoutRect(600, 800);
+        SetWrap(QVLayoutWrapWordChar);
+    }
+    int GetLayoutRect(unsigned* width, unsigned* height) override {
+        return !Refuses(m_nRefuseIn) && CPangoLayout::GetLayoutRect(width, height);
+    }
+    int GetLineTable(QVLayoutLineInfo** table, unsigned* count) override {
+        return !Refuses(m_nRefuseIn) && CPangoLayout::GetLineTable(table, count);
+    }
+
+private:
+    unsigned& m_nRefuseIn;
+};
+
+class FuzzRender : public CUMDRenderImpl {
+public:
+    using CUMDRenderImpl::m_nBlockCount;
+
+    explicit FuzzRender(int blocks) {
+        m_nBlocksPerSegment = blocks;
+        m_nSegmentBytes = blocks * m_nBlockSize;
+        m_pBlockOffsets.reset(new int[static_cast<std::size_t>(blocks) + 1]);
+    }
+
+    // Where the screen shown begins, and where the text after it does. None: no text is laid out.
+    Place Shown() {
+        if (!m_pLineTable)
+            return std::nullopt;
+        Require(m_nCurLine >= 0 && (m_nLineCount < 0 || m_nCurLine < m_nLineCount),
+                "the current line is in the table");
+        return PlaceOf(m_nCurLine);
+    }
+    Place Following() {
+        if (!m_pLineTable || m_nLineCount < 0)
+            return std::nullopt;
+        const int next = m_nCurLine + std::max(GetNextPageLineNum(m_nCurLine), 1);
+        return next < m_nLineCount ? PlaceOf(next) : std::nullopt;
+    }
+
+private:
+    Place PlaceOf(int line) {
+        int block = -1;
+        int offset = -1;
+        if (!GetBlockInfo(m_pLineTable[line].offset, &block, &offset))
+            return std::nullopt;
+        Require(block >= 0 && block < m_nBlockCount && offset >= 0, "the place is in the book");
+        return std::make_pair(block, offset);
+    }
+};
+
+// One reader, who has done with the book when it does not open.
+struct Session {
+    int m_nBlocks; // of a segment
+    std::u16string m_sText;
+    std::string m_sPath;
+    bool m_bKeepsPlace; // the reading data are the library's own
+    fuzz::Input m_Script;
+    std::vector<unsigned char> m_Book = {};
+    unsigned m_nRefuseIn = 0;
+    std::unique_ptr<FuzzRender> m_pRender = nullptr;
+
+    void Run(fuzz::Input shape) {
+        m_Book = fuzz::HostileBook(m_sText, shape);
+        OpenAnew();
+        using Step = void (Session::*)();
+        static constexpr Step steps[] = {
+            &Session::TurnForward, &Session::TurnForward, &Session::TurnForward, &Session::TurnBack,
+            &Session::TurnBack,    &Session::TurnBack,    &Session::Jump,        &Session::GoTo,
+            &Session::Reopen,      &Session::OpenAnother, &Session::RefuseSoon,  &Session::SetFonts,
+            &Session::SetSize,     &Session::SetSize,     &Session::Draw,        &Session::Draw};
+        while (!m_Script.empty() && m_pRender)
+            (this->*steps[TakeByte() % std::size(steps)])();
+    }
+
+    bool IsCalm() const { return m_nRefuseIn == 0; }
+    unsigned TakeByte() { return fuzz::TakeByte(m_Script); }
+
+    // Most are those of screens and fonts, some take any number of bits.
+    unsigned TakeSize() {
+        const unsigned byte = TakeByte();
+        return byte < 96 ? byte : byte < 224 ? (byte - 90) * 8 : 1U << (byte - 224);
+    }
+
+    void OpenAnew() {
+        m_pRender = std::make_unique<FuzzRender>(m_nBlocks);
+        Initialize();
+        unsigned char pixel = 0;
+        if (m_pRender)
+            m_pRender->DrawCurScreen({0, &pixel, 1, 1, 1}, 0, 0);
+    }
+
+    void Initialize() {
+        auto* buffer = static_cast<unsigned char*>(::operator new(m_Book.size()));
+        std::copy(m_Book.begin(), m_Book.end(), buffer);
+        auto* stream = new FuzzStream(buffer, static_cast<long>(m_Book.size()), m_nRefuseIn);
+        if (m_pRender->Initialize(stream, new FuzzLayout(m_nRefuseIn), m_sPath.data()) != QV_S_OK)
+            m_pRender.reset();
+    }
+
+    // Of the same text, turned round at some place, in the same renderer.
+    void OpenAnother() {
+        const std::size_t middle = m_sText.size() * TakeByte() / 256;
+        m_sText = m_sText.substr(middle) + m_sText.substr(0, middle);
+        m_Book = fuzz::HostileBook(m_sText, m_Script);
+        Initialize();
+    }
+
+    // The place is kept from one opening of a book to the next.
+    void Reopen() {
+        const Place shown = m_pRender->Shown();
+        const bool calm = IsCalm();
+        m_pRender.reset();
+        OpenAnew();
+        Require(m_pRender || !calm, "a book opens again");
+        if (shown && calm && m_bKeepsPlace)
+            Require(m_pRender->Shown() == shown, "the place is kept");
+    }
+
+    // A turn or a jump.
+    template<typename Move>
+    bool Moves(Move move) {
+        const Place from = m_pRender->Shown();
+        const bool calm = IsCalm();
+        const QVRESULT result = move();
+        if (result != QV_S_OK)
+            Require(!calm || m_pRender->Shown() == from, "what failed stays");
+        return result == QV_S_OK && from && m_pRender->Shown();
+    }
+
+    void TurnForward() {
+        const Place from = m_pRender->Shown();
+        const Place following = IsCalm() ? m_pRender->Following() : std::nullopt;
+        if (!Moves([this] { return m_pRender->GotoNextScreen(); }))
+            return;
+        Require(m_pRender->Shown() > from, "a turn forward moves on");
+        Require(!following || m_pRender->Shown() == following, "going on passes over no text");
+    }
+
+    void TurnBack() {
+        const Place from = m_pRender->Shown();
+        if (!Moves([this] { return m_pRender->GotoPrevScreen(); }))
+            return;
+        Require(m_pRender->Shown() < from, "a turn back moves back");
+        const Place end = IsCalm() ? m_pRender->Following() : std::nullopt;
+        Require(!end || end >= from, "going back passes over no text");
+    }
+
+    void Jump() {
+        const float fraction = static_cast<float>(TakeByte()) / 250; // some are past the end
+        if (Moves([&] { return m_pRender->GotoPosition(fraction); }))
+            Require(
+                m_pRender->Shown()->first >=
+                    static_cast<int>(fraction * static_cast<float>(m_pRender->m_nBlockCount - 1)),
+                "a jump arrives");
+    }
+
+    void GoTo() {
+        const int block = static_cast<int>(TakeByte());
+        m_pRender->UmdSetText(block, static_cast<int>(TakeSize()));
+    }
+
+    void RefuseSoon() { m_nRefuseIn = TakeByte() % 32; }
+
+    // What leaves the place alone.
+    template<typename Change>
+    void Stays(Change change) {
+        const Place shown = m_pRender->Shown();
+        const bool calm = IsCalm();
+        change();
+        Require(!shown || !calm || m_pRender->Shown() == shown, "only turns and jumps move");
+    }
+
+    void SetSize() {
+        const unsigned width = TakeSize();
+        Stays([&] { m_pRender->SetScreenRes(width, TakeSize()); });
+    }
+
+    void SetFonts() {
+        Stays([&] { m_pRender->SetFontSize(TakeSize()); });
+        m_pRender->SetChineseFont("Serif");
+        if (TakeByte() % 4 == 0)
+            Stays([&] { m_pRender->SetFontDescription(); });
+    }
+
+    // Into an image with other bytes around it, which is not a valid one at times.
+    void Draw() {
+        const std::size_t width = std::clamp<std::size_t>(TakeSize(), 1, 4096);
+        const std::size_t height = std::clamp<std::size_t>(TakeSize(), 1, kImageBytes / width);
+        const unsigned shape = TakeByte();
+        const bool isValid = shape % 16 != 0;
+        const std::size_t stride = width + shape / 16;
+        const std::vector<unsigned char> blank(stride * (height + 2), 0xA5);
+        std::vector<unsigned char> pixels = blank;
+        const QV_IMAGE image = {0, &pixels[stride], static_cast<int>(height),
+                                static_cast<int>(width) * (isValid ? 1 : -1),
+                                static_cast<int>(stride)};
+        const int x = static_cast<int>(TakeSize() - 64);
+        const int y = static_cast<int>(TakeSize() - 64);
+        Stays([&] { m_pRender->DrawCurScreen(image, x, y); });
+        for (std::size_t row = 1; isValid && row <= height; ++row)
+            std::copy_n(&blank[row * stride], width, &pixels[row * stride]);
+        Require(pixels == blank, "ink stays in the image");
+    }
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const std::string path =
+        (std::filesystem::temp_directory_path() / ("umdfuzz" + std::to_string(getpid()))).string();
+    fuzz::Input input(data, size);
+    const unsigned kind = fuzz::TakeByte(input) % 16;
+    const int blocks = kind == 15 ? 80 : static_cast<int>(kind) + 2;
+    const bool isHostile = fuzz::TakeByte(input) % 5 == 1;
+    const fuzz::Input readingData = fuzz::Take(input, isHostile ? fuzz::TakeByte(input) : 0);
+    if (isHostile)
+        std::ofstream(path + ".qvp") << std::string(readingData.begin(), readingData.end());
+    const fuzz::Input script = fuzz::Take(input, fuzz::TakeByte(input));
+    const fuzz::Input shape = fuzz::Take(input, 4);
+    const auto units = static_cast<std::size_t>(blocks * kTextBlocks * kBlockUnits);
+    Session{blocks, fuzz::HostileText(input, units), path, !isHostile, script}.Run(shape);
+    std::filesystem::remove(path + ".qvp");
+    return 0;
+}
