@@ -32,7 +32,7 @@ constexpr int kBlockUnits = 64;
 constexpr int kTextBlocks = 3;                // of text at most, for each block of a segment
 constexpr std::size_t kImageBytes = 1U << 16; // of the biggest image
 
-using Place = std::optional<std::pair<int, int>>; // block, offset in it
+using BookPlace = std::optional<std::pair<int, int>>; // block, offset in it
 
 void Require(bool holds, const char* promise) {
     if (holds)
@@ -58,23 +58,11 @@ private:
     unsigned& m_nRefuseIn;
 };
 
-PangoFontMap* NewFontMap() {
-    setenv("FONTCONFIG_FILE", FUZZ_FONTS_CONF, 1);
-    return pango_ft2_font_map_new();
-}
-
-// As the factory makes it, but all share one font map: loading the fonts anew would take most of a
-// run's time.
+// As the factory makes it.
 class FuzzLayout : public CPangoLayout {
 public:
     explicit FuzzLayout(unsigned& refuseIn)
-        : CPangoLayout(nullptr, 600, 800, 72, 72), m_nRefuseIn(refuseIn) {
-        static PangoFontMap* const fonts = NewFontMap();
-        m_pFontMap.reset(static_cast<PangoFontMap*>(g_object_ref(fonts)));
-        m_pContext.reset(pango_font_map_create_context(fonts));
-        m_pLayout.reset(pango_layout_new(m_pContext.get()));
-        SetFontDescription("fzlth 18");
-        SetLayoutRect(600, 800);
+        : CPangoLayout("fzlth 18", 600, 800, 72, 72), m_nRefuseIn(refuseIn) {
         SetWrap(QVLayoutWrapWordChar);
     }
     int GetLayoutRect(unsigned* width, unsigned* height) override {
@@ -98,26 +86,24 @@ public:
         m_pBlockOffsets.reset(new int[static_cast<std::size_t>(blocks) + 1]);
     }
 
-    // Where the screen shown begins, and where the text after it does. None: no text is laid out.
-    Place Shown() {
-        if (!m_pLineTable)
+    // Where the screen shown begins, and where the text after it does. None: nothing was laid out,
+    // or there is no text.
+    BookPlace Shown() {
+        if (m_nCurLine < 0)
             return std::nullopt;
-        Require(m_nCurLine >= 0 && (m_nLineCount < 0 || m_nCurLine < m_nLineCount),
-                "the current line is in the table");
-        return PlaceOf(m_nCurLine);
+        Require(!m_pLineTable || m_nCurLine < m_nLineCount, "the current line is in the table");
+        return PlaceOf(m_pLineTable ? m_pLineTable[m_nCurLine].offset : 0);
     }
-    Place Following() {
-        if (!m_pLineTable || m_nLineCount < 0)
-            return std::nullopt;
+    BookPlace Following() {
         const int next = m_nCurLine + std::max(GetNextPageLineNum(m_nCurLine), 1);
-        return next < m_nLineCount ? PlaceOf(next) : std::nullopt;
+        return next < m_nLineCount ? PlaceOf(m_pLineTable[next].offset) : std::nullopt;
     }
 
 private:
-    Place PlaceOf(int line) {
+    BookPlace PlaceOf(int layoutOffset) {
         int block = -1;
         int offset = -1;
-        if (!GetBlockInfo(m_pLineTable[line].offset, &block, &offset))
+        if (!GetBlockInfo(layoutOffset, &block, &offset))
             return std::nullopt;
         Require(block >= 0 && block < m_nBlockCount && offset >= 0, "the place is in the book");
         return std::make_pair(block, offset);
@@ -143,7 +129,8 @@ struct Session {
             &Session::TurnForward, &Session::TurnForward, &Session::TurnForward, &Session::TurnBack,
             &Session::TurnBack,    &Session::TurnBack,    &Session::Jump,        &Session::GoTo,
             &Session::Reopen,      &Session::OpenAnother, &Session::RefuseSoon,  &Session::SetFonts,
-            &Session::SetSize,     &Session::SetSize,     &Session::Draw,        &Session::Draw};
+            &Session::SetSize,     &Session::SetSize,     &Session::Draw,        &Session::Draw,
+            &Session::Prepare,     &Session::PassOver};
         while (!m_Script.empty() && m_pRender)
             (this->*steps[TakeByte() % std::size(steps)])();
     }
@@ -183,7 +170,7 @@ struct Session {
 
     // The place is kept from one opening of a book to the next.
     void Reopen() {
-        const Place shown = m_pRender->Shown();
+        const BookPlace shown = m_pRender->Shown();
         const bool calm = IsCalm();
         m_pRender.reset();
         OpenAnew();
@@ -195,7 +182,7 @@ struct Session {
     // A turn or a jump.
     template<typename Move>
     bool Moves(Move move) {
-        const Place from = m_pRender->Shown();
+        const BookPlace from = m_pRender->Shown();
         const bool calm = IsCalm();
         const QVRESULT result = move();
         if (result != QV_S_OK)
@@ -204,8 +191,8 @@ struct Session {
     }
 
     void TurnForward() {
-        const Place from = m_pRender->Shown();
-        const Place following = IsCalm() ? m_pRender->Following() : std::nullopt;
+        const BookPlace from = m_pRender->Shown();
+        const BookPlace following = IsCalm() ? m_pRender->Following() : std::nullopt;
         if (!Moves([this] { return m_pRender->GotoNextScreen(); }))
             return;
         Require(m_pRender->Shown() > from, "a turn forward moves on");
@@ -213,21 +200,44 @@ struct Session {
     }
 
     void TurnBack() {
-        const Place from = m_pRender->Shown();
+        const BookPlace from = m_pRender->Shown();
         if (!Moves([this] { return m_pRender->GotoPrevScreen(); }))
             return;
         Require(m_pRender->Shown() < from, "a turn back moves back");
-        const Place end = IsCalm() ? m_pRender->Following() : std::nullopt;
+        const BookPlace end = IsCalm() ? m_pRender->Following() : std::nullopt;
         Require(!end || end >= from, "going back passes over no text");
     }
 
     void Jump() {
         const float fraction = static_cast<float>(TakeByte()) / 250; // some are past the end
+        const auto last = static_cast<float>(m_pRender->m_nBlockCount - 1);
         if (Moves([&] { return m_pRender->GotoPosition(fraction); }))
-            Require(
-                m_pRender->Shown()->first >=
-                    static_cast<int>(fraction * static_cast<float>(m_pRender->m_nBlockCount - 1)),
-                "a jump arrives");
+            Require(m_pRender->Shown()->first >= static_cast<int>(fraction * last),
+                    "a jump arrives");
+    }
+
+    void Prepare() {
+        const BookPlace following = m_pRender->Following();
+        QVRESULT prepared = QV_E_FAIL;
+        Stays([&] { prepared = m_pRender->PrepareNextScreen(); });
+        if (following && prepared == QV_S_OK && IsCalm() && TakeByte() % 2 == 0)
+            Require(m_pRender->GotoNextScreen() == QV_S_OK && m_pRender->Shown() == following,
+                    "what was prepared is shown");
+    }
+
+    // Past what cannot be read: from the screen shown, or from a block.
+    void PassOver() {
+        const BookPlace from = m_pRender->Shown();
+        const int block = static_cast<int>(TakeByte()) % 128 - 64;
+        const bool forward = TakeByte() % 2 == 0;
+        int passed = 0;
+        const bool moved = Moves(
+            [&] { return m_pRender->GotoReadableScreen(std::max(block, -1), forward, &passed); });
+        Require(passed >= 0 && passed / 128 <= m_pRender->m_nBlockCount,
+                "what was left out is text");
+        Require(!moved || block >= 0 ||
+                    (forward ? m_pRender->Shown() > from : m_pRender->Shown() < from),
+                "passing over text moves");
     }
 
     void GoTo() {
@@ -240,7 +250,7 @@ struct Session {
     // What leaves the place alone.
     template<typename Change>
     void Stays(Change change) {
-        const Place shown = m_pRender->Shown();
+        const BookPlace shown = m_pRender->Shown();
         const bool calm = IsCalm();
         change();
         Require(!shown || !calm || m_pRender->Shown() == shown, "only turns and jumps move");
@@ -280,6 +290,18 @@ struct Session {
 };
 
 } // namespace
+
+// These two stand before Pango's own in this program, so that all layouts share one font map, which
+// counts 72 dots per inch from the start: loading the fonts anew would take most of a run's time.
+extern "C" PangoFontMap* pango_ft2_font_map_new() {
+    static gpointer fonts = nullptr;
+    if (!fonts) {
+        setenv("FONTCONFIG_FILE", FUZZ_FONTS_CONF, 1);
+        fonts = g_object_new(PANGO_TYPE_FT2_FONT_MAP, nullptr);
+    }
+    return static_cast<PangoFontMap*>(g_object_ref(fonts));
+}
+extern "C" void pango_ft2_font_map_set_resolution(PangoFT2FontMap*, double, double) {}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const std::string path =

@@ -9,6 +9,7 @@
 
 #include "layout/GreyImage.h"
 #include "layout/KeptLines.h"
+#include "layout/LayoutRegistry.h"
 #include "layout/PageCutter.h"
 #include "layout/PangoLineInfo.h"
 #include "layout/ReadableLayout.h"
@@ -83,6 +84,7 @@ int SpacingInPixels(const GObjectPtr<PangoLayout>& layout) {
 CPangoLayout::CPangoLayout(const char* fontDescription, unsigned int width, unsigned int height,
                            unsigned int dpiX, unsigned int dpiY)
     : m_nLayoutWidth(width), m_nLayoutHeight(height) {
+    RegisterLayout(this);
     if (!fontDescription || !width || !height || !dpiX || !dpiY)
         return;
     m_pFontMap.reset(pango_ft2_font_map_new());
@@ -101,7 +103,9 @@ CPangoLayout::CPangoLayout(const char* fontDescription, unsigned int width, unsi
     pango_layout_set_width(m_pLayout.get(), ToPangoUnits(width));
 }
 
-CPangoLayout::~CPangoLayout() = default;
+CPangoLayout::~CPangoLayout() {
+    UnregisterLayout(this);
+}
 
 // --- properties ---------------------------------------------------------------------------------
 
