@@ -53,7 +53,7 @@ std::string Books::Make(std::size_t utf16Bytes, bool chapterTable) const {
     const bool isShort = 2 * both.Text().size() > utf16Bytes;
     const umdbook::Bytes bytes = umdbook::WriteBook(
         isShort ? Cut(both, utf16Bytes) : umdbook::Repeated(both, utf16Bytes), options);
-    const std::string path = m_sFolder + "/" + std::to_string(utf16Bytes) + ".umd";
+    std::string path = m_sFolder + "/" + std::to_string(utf16Bytes) + ".umd";
     std::ofstream file(path, std::ios::binary);
     file.write(reinterpret_cast<const char*>(bytes.data()),
                static_cast<std::streamsize>(bytes.size()));

@@ -167,7 +167,8 @@ void PrintGrowth(const std::vector<Bench>& benches) {
     const std::vector<double>& big = benches[2].times[Ours];
     if (small.empty() || big.empty())
         return;
-    const auto times = static_cast<double>(kSizes[2].utf16Bytes / kSizes[1].utf16Bytes);
+    const double times =
+        static_cast<double>(kSizes[2].utf16Bytes) / static_cast<double>(kSizes[1].utf16Bytes);
     std::printf("\nOpening takes %.2f times as long per MB in the book of %s as in that of %s.\n",
                 Median(big) / Median(small) / times, kSizes[2].name, kSizes[1].name);
 }
