@@ -8,7 +8,6 @@ set(public_class_headers
     base/LittleEndian.h
     layout/CPangoLayout.h
     layout/CTextFont.h
-    layout/GObjectPtr.h
     readingdata/CBookAnnotationHelper.h
     readingdata/CBookAnnotationImpl.h
     readingdata/CBookAnnotationListProxy.h

@@ -7,23 +7,16 @@
 
 #include <pango/pangoft2.h>
 
+#include "base/CUtility.h"
 #include "layout/GreyImage.h"
 #include "layout/KeptLines.h"
 #include "layout/LayoutRegistry.h"
 #include "layout/PageCutter.h"
 #include "layout/PangoLineInfo.h"
-#include "layout/ReadableLayout.h"
 
 namespace QvFormat {
 
 namespace {
-
-struct FontDescriptionDeleter {
-    void operator()(PangoFontDescription* description) const {
-        pango_font_description_free(description);
-    }
-};
-using FontDescriptionPtr = std::unique_ptr<PangoFontDescription, FontDescriptionDeleter>;
 
 // What else belongs to the text. The Pango layout owns it, because the fields of the class are part
 // of the binary interface.
@@ -53,11 +46,23 @@ int KnownOrZero(int value, int last) {
     return value >= 0 && value <= last ? value : 0;
 }
 
+// Properties of the Pango layout; an inert object has none.
 template<typename Value>
-int Deliver(Value* out, Value value) {
-    if (!out)
+void Set(const GObjectPtr<PangoLayout>& layout, void (*setter)(PangoLayout*, Value), int value) {
+    if (layout)
+        setter(layout.get(), static_cast<Value>(value));
+}
+
+template<typename Value>
+int Get(const GObjectPtr<PangoLayout>& layout, Value (*getter)(PangoLayout*)) {
+    return layout ? getter(layout.get()) : 0;
+}
+
+template<typename Value>
+int Deliver(const GObjectPtr<PangoLayout>& layout, Value* out, unsigned int value) {
+    if (!layout || !out)
         return 0;
-    *out = value;
+    *out = static_cast<Value>(value);
     return 1;
 }
 
@@ -75,11 +80,15 @@ void ReplaceUnsafe(char* text, int length) {
     }
 }
 
-int SpacingInPixels(const GObjectPtr<PangoLayout>& layout) {
-    return ToPixels(pango_layout_get_spacing(layout.get()));
+PageCutter NewCutter(unsigned int pageHeight, const GObjectPtr<PangoLayout>& layout) {
+    return PageCutter(pageHeight, ToPixels(Get(layout, pango_layout_get_spacing)));
 }
 
 } // namespace
+
+void GObjectReleaser::operator()(void* object) const {
+    g_object_unref(object);
+}
 
 CPangoLayout::CPangoLayout(const char* fontDescription, unsigned int width, unsigned int height,
                            unsigned int dpiX, unsigned int dpiY)
@@ -98,9 +107,8 @@ CPangoLayout::CPangoLayout(const char* fontDescription, unsigned int width, unsi
     }
     g_object_set_data_full(G_OBJECT(m_pLayout.get()), kStateKey, state,
                            [](void* data) { delete static_cast<TextState*>(data); });
-    const FontDescriptionPtr description(pango_font_description_from_string(fontDescription));
-    pango_layout_set_font_description(m_pLayout.get(), description.get());
-    pango_layout_set_width(m_pLayout.get(), ToPangoUnits(width));
+    CPangoLayout::SetFontDescription(fontDescription);
+    CPangoLayout::SetLayoutRect(width, height);
 }
 
 CPangoLayout::~CPangoLayout() {
@@ -153,117 +161,90 @@ void CPangoLayout::SetTextContinues(int continues) {
 void CPangoLayout::SetFontDescription(const char* description) {
     if (!m_pLayout || !description)
         return;
-    const FontDescriptionPtr parsed(pango_font_description_from_string(description));
+    const std::unique_ptr<PangoFontDescription, decltype(&pango_font_description_free)> parsed(
+        pango_font_description_from_string(description), pango_font_description_free);
     pango_layout_set_font_description(m_pLayout.get(), parsed.get());
     ClearPages();
 }
 
 void CPangoLayout::SetWrap(QVLayoutWrapMode wrap) {
-    if (!m_pLayout)
-        return;
-    const int known = KnownOrZero(wrap, QVLayoutWrapWordChar);
-    pango_layout_set_wrap(m_pLayout.get(), static_cast<PangoWrapMode>(known));
+    Set(m_pLayout, pango_layout_set_wrap, KnownOrZero(wrap, QVLayoutWrapWordChar));
     ClearPages();
 }
 
 void CPangoLayout::SetEllipsize(QVLayoutEllipsizeMode ellipsize) {
-    if (!m_pLayout)
-        return;
-    const int known = KnownOrZero(ellipsize, QVLayoutEllipsizeEnd);
-    pango_layout_set_ellipsize(m_pLayout.get(), static_cast<PangoEllipsizeMode>(known));
+    Set(m_pLayout, pango_layout_set_ellipsize, KnownOrZero(ellipsize, QVLayoutEllipsizeEnd));
     ClearPages();
 }
 
 void CPangoLayout::SetAlignment(QVLayoutAlignment alignment) {
-    if (!m_pLayout)
-        return;
-    const int known = KnownOrZero(alignment, QVLayoutAlignRight);
-    pango_layout_set_alignment(m_pLayout.get(), static_cast<PangoAlignment>(known));
+    Set(m_pLayout, pango_layout_set_alignment, KnownOrZero(alignment, QVLayoutAlignRight));
     ClearPages();
 }
 
 int CPangoLayout::GetWrap(QVLayoutWrapMode* wrap) {
-    if (!m_pLayout)
-        return 0;
-    const int value = KnownOrZero(pango_layout_get_wrap(m_pLayout.get()), QVLayoutWrapWordChar);
-    return Deliver(wrap, static_cast<QVLayoutWrapMode>(value));
+    const int value = Get(m_pLayout, pango_layout_get_wrap);
+    return Deliver(m_pLayout, wrap, KnownOrZero(value, QVLayoutWrapWordChar));
 }
 
 int CPangoLayout::GetEllipsize(QVLayoutEllipsizeMode* ellipsize) {
-    if (!m_pLayout)
-        return 0;
-    const int value =
-        KnownOrZero(pango_layout_get_ellipsize(m_pLayout.get()), QVLayoutEllipsizeEnd);
-    return Deliver(ellipsize, static_cast<QVLayoutEllipsizeMode>(value));
+    const int value = Get(m_pLayout, pango_layout_get_ellipsize);
+    return Deliver(m_pLayout, ellipsize, KnownOrZero(value, QVLayoutEllipsizeEnd));
 }
 
 int CPangoLayout::GetAlignment(QVLayoutAlignment* alignment) {
-    if (!m_pLayout)
-        return 0;
-    const int value = KnownOrZero(pango_layout_get_alignment(m_pLayout.get()), QVLayoutAlignRight);
-    return Deliver(alignment, static_cast<QVLayoutAlignment>(value));
+    const int value = Get(m_pLayout, pango_layout_get_alignment);
+    return Deliver(m_pLayout, alignment, KnownOrZero(value, QVLayoutAlignRight));
 }
 
 void CPangoLayout::SetIndent(int pixels) {
-    if (!m_pLayout)
-        return;
-    pango_layout_set_indent(m_pLayout.get(), ToPangoUnits(pixels));
+    Set(m_pLayout, pango_layout_set_indent, ToPangoUnits(pixels));
     ClearPages();
 }
 
 int CPangoLayout::GetIndent(int* pixels) {
-    return m_pLayout ? Deliver(pixels, ToPixels(pango_layout_get_indent(m_pLayout.get()))) : 0;
+    return Deliver(m_pLayout, pixels, ToPixels(Get(m_pLayout, pango_layout_get_indent)));
 }
 
 void CPangoLayout::SetLineSpacing(unsigned int pixels) {
-    if (!m_pLayout)
-        return;
-    pango_layout_set_spacing(m_pLayout.get(), ToPangoUnits(pixels));
+    Set(m_pLayout, pango_layout_set_spacing, ToPangoUnits(pixels));
     ClearPages();
 }
 
 int CPangoLayout::GetLineSpacing(unsigned int* pixels) {
-    return m_pLayout ? Deliver(pixels, static_cast<unsigned int>(SpacingInPixels(m_pLayout))) : 0;
+    return Deliver(m_pLayout, pixels, ToPixels(Get(m_pLayout, pango_layout_get_spacing)));
 }
 
 void CPangoLayout::SetJustify(int justify) {
-    if (!m_pLayout)
-        return;
-    pango_layout_set_justify(m_pLayout.get(), justify);
+    Set(m_pLayout, pango_layout_set_justify, justify);
     ClearPages();
 }
 
 void CPangoLayout::SetSingleParagraphMode(int single) {
-    if (!m_pLayout)
-        return;
-    pango_layout_set_single_paragraph_mode(m_pLayout.get(), single);
+    Set(m_pLayout, pango_layout_set_single_paragraph_mode, single);
     ClearPages();
 }
 
 int CPangoLayout::GetJustify(int* justify) {
-    return m_pLayout ? Deliver(justify, pango_layout_get_justify(m_pLayout.get())) : 0;
+    return Deliver(m_pLayout, justify, Get(m_pLayout, pango_layout_get_justify));
 }
 
 int CPangoLayout::GetSingleParagraphMode(int* single) {
-    return m_pLayout ? Deliver(single, pango_layout_get_single_paragraph_mode(m_pLayout.get())) : 0;
+    return Deliver(m_pLayout, single, Get(m_pLayout, pango_layout_get_single_paragraph_mode));
 }
 
 // --- lines and pages ----------------------------------------------------------------------------
 
 int CPangoLayout::GetLineCount(unsigned int* count) {
-    if (!m_pLayout || !count)
-        return 0;
-    if (!m_pLineTable)
+    if (count && !m_pLineTable)
         DoLayout();
-    return Deliver(count, m_nLineCount);
+    return Deliver(m_pLayout, count, m_nLineCount);
 }
 
 int CPangoLayout::GetPageCount(unsigned int* count) {
-    if (!m_pLayout || !count)
-        return 0;
-    if (!m_pLineTable)
+    if (count && !m_pLineTable)
         DoLayout();
-    return Deliver(count, m_nPageCount);
+    return Deliver(m_pLayout, count, m_nPageCount);
 }
 
 int CPangoLayout::GetLineTable(QVLayoutLineInfo** table, unsigned int* count) {
@@ -308,7 +289,7 @@ void CPangoLayout::DoLayout() {
         return;
     m_nLineCount = static_cast<unsigned int>(count);
     m_nPageCount = 1;
-    PageCutter cutter(m_nLayoutHeight, SpacingInPixels(m_pLayout));
+    PageCutter cutter = NewCutter(m_nLayoutHeight, m_pLayout);
     for (int line = 0; line < count; ++line) {
         m_pLineTable[line] = lines->Info(line);
         m_nPageCount += cutter.BreaksBefore(m_pLineTable[line].height);
@@ -321,7 +302,7 @@ int CPangoLayout::GetPageStartingLine(int page) {
         return 0;
     if (!m_pLineTable)
         return -1;
-    PageCutter cutter(m_nLayoutHeight, SpacingInPixels(m_pLayout));
+    PageCutter cutter = NewCutter(m_nLayoutHeight, m_pLayout);
     int breaks = 0;
     for (unsigned int line = 0; line < m_nLineCount; ++line) {
         if (cutter.BreaksBefore(m_pLineTable[line].height) && ++breaks == page)
@@ -334,7 +315,7 @@ int CPangoLayout::GetPageEndLine(int line) {
     const unsigned int first = static_cast<unsigned int>(line);
     if (first >= m_nLineCount)
         return static_cast<int>(m_nLineCount) - 1;
-    PageCutter cutter(m_nLayoutHeight, SpacingInPixels(m_pLayout));
+    PageCutter cutter = NewCutter(m_nLayoutHeight, m_pLayout);
     unsigned int next = first;
     while (next < m_nLineCount && !cutter.BreaksBefore(m_pLineTable[next].height))
         ++next;
@@ -344,7 +325,7 @@ int CPangoLayout::GetPageEndLine(int line) {
 // --- drawing ------------------------------------------------------------------------------------
 
 int CPangoLayout::DrawPageFromPageNo(unsigned int page, QV_IMAGE image, int x, int y) {
-    if (!m_pLayout || !GreyImage(image).IsValid())
+    if (!m_pLayout || !IsDrawable(image))
         return 0;
     if (!m_pLineTable)
         DoLayout();
@@ -357,11 +338,12 @@ int CPangoLayout::DrawPageFromPageNo(unsigned int page, QV_IMAGE image, int x, i
                                                                image, x, y);
 }
 
-// Pango is handed the page's text for DrawTarget alone, and lays nothing out for that. The page is
-// drawn from the kept lines.
+// Pango is handed the page's text for DrawTarget alone, and lays nothing out for that.
 int CPangoLayout::DrawPageFromLineNo(unsigned int line, QV_IMAGE image, int x, int y) {
-    GreyImage target(image);
-    if (!m_pLayout || !target.IsValid() || !target.CutToPage(m_nLayoutWidth, m_nLayoutHeight, x, y))
+    if (!m_pLayout || !IsDrawable(image))
+        return 0;
+    const QV_RECT visible = VisiblePart(image, m_nLayoutWidth, m_nLayoutHeight, x, y);
+    if (CUtility::IsEmptyRect(visible))
         return 0;
     if (!m_pLineTable)
         DoLayout();
@@ -369,21 +351,23 @@ int CPangoLayout::DrawPageFromLineNo(unsigned int line, QV_IMAGE image, int x, i
         return 0;
     const int first = static_cast<int>(line);
     const int end = GetPageEndLine(first) + 1;
-    const int textBegin = m_pLineTable[first].offset;
-    const int textEnd =
-        end < static_cast<int>(m_nLineCount) ? m_pLineTable[end].offset : m_nTextLength;
-    pango_layout_set_text(m_pLayout.get(), m_pText.get() + textBegin, textEnd - textBegin);
+    const int begin = m_pLineTable[first].offset;
+    const bool isLast = end == static_cast<int>(m_nLineCount);
+    const int length = (isLast ? m_nTextLength : m_pLineTable[end].offset) - begin;
+    pango_layout_set_text(m_pLayout.get(), m_pText.get() + begin, length);
     pango_layout_set_disable_cache(m_pLayout.get(), FALSE);
-    State(m_pLayout).lines->Draw(first, end, target);
+    image.width = visible.right - visible.left;
+    image.height = visible.bottom - visible.top;
+    State(m_pLayout).lines->Draw(first, end, image, -visible.left, -visible.top);
     return 1;
 }
 
 int CPangoLayout::DrawTarget(QV_IMAGE image, int x, int y) {
-    FT_Bitmap bitmap = GreyImage(image).Bitmap();
-    const GObjectPtr<PangoLayout> layout =
-        NewReadableLayout(m_pLayout.get(), pango_layout_get_text(m_pLayout.get()));
-    pango_ft2_render_layout(&bitmap, layout.get(), x, y);
-    return 1;
+    if (!m_pLayout)
+        return 0;
+    const KeptLines lines(m_pLayout.get(), false);
+    lines.Draw(0, lines.Count(), image, x, y);
+    return lines.Count() > 0;
 }
 
 } // namespace QvFormat

@@ -3,13 +3,20 @@
 #include <memory>
 
 #include "ITextLayout.h"
-#include "layout/GObjectPtr.h"
 
 typedef struct _PangoContext PangoContext;
 typedef struct _PangoFontMap PangoFontMap;
 typedef struct _PangoLayout PangoLayout;
 
 namespace QvFormat {
+
+// Drops one reference to a GObject.
+struct GObjectReleaser {
+    void operator()(void* object) const;
+};
+
+template<typename T>
+using GObjectPtr = std::unique_ptr<T, GObjectReleaser>;
 
 // The layout on Pango with its FreeType backend. One thread at a time. Each object owns a font map,
 // a context and a Pango layout, and a copy of its text.
@@ -70,7 +77,7 @@ public:
     int GetPageEndLine(int line);
 
     // Renders the text that Pango holds, its top left corner at pixel (x, y) of the image: after a
-    // page was drawn that page's, after DoLayout the whole text. Returns 1.
+    // page was drawn that page's, after DoLayout the whole text. Returns 0 without memory, else 1.
     int DrawTarget(QV_IMAGE image, int x, int y);
 
 protected:

@@ -90,11 +90,11 @@ void CopyBitmap(unsigned char* buffer, unsigned int stride, const QV_RECT& rect,
 
 } // namespace
 
-void FontLibraryReleaser::operator()(FT_Library library) const {
+void FreeTypeReleaser::operator()(FT_Library library) const {
     FT_Done_FreeType(library);
 }
 
-void FontFaceReleaser::operator()(FT_Face face) const {
+void FreeTypeReleaser::operator()(FT_Face face) const {
     FT_Done_Face(face);
 }
 
@@ -104,7 +104,12 @@ CTextFont::~CTextFont() = default;
 
 int CTextFont::LoadFont(const char* path) {
     m_bLoaded = 0;
-    if (!path || !OpenLibrary())
+    if (!path)
+        return 0;
+    FT_Library library = nullptr;
+    if (!m_pLibrary && !FT_Init_FreeType(&library))
+        m_pLibrary.reset(library);
+    if (!m_pLibrary)
         return 0;
     m_pFace.reset();
     FT_Face face = nullptr;
@@ -114,13 +119,6 @@ int CTextFont::LoadFont(const char* path) {
     FT_Select_Charmap(face, FT_ENCODING_UNICODE); // a font without one keeps FreeType's choice
     m_bLoaded = 1;
     return 1;
-}
-
-bool CTextFont::OpenLibrary() {
-    FT_Library library = nullptr;
-    if (!m_pLibrary && !FT_Init_FreeType(&library))
-        m_pLibrary.reset(library);
-    return m_pLibrary != nullptr;
 }
 
 int CTextFont::SetFontSize(unsigned int size) {

@@ -11,11 +11,8 @@ typedef struct FT_FaceRec_* FT_Face;
 
 namespace QvFormat {
 
-struct FontLibraryReleaser {
+struct FreeTypeReleaser {
     void operator()(FT_Library library) const;
-};
-
-struct FontFaceReleaser {
     void operator()(FT_Face face) const;
 };
 
@@ -62,12 +59,11 @@ public:
                        unsigned int ch, int* advance);
 
 protected:
-    UMDFORMAT_HIDDEN bool OpenLibrary();
     UMDFORMAT_HIDDEN bool RenderGlyph(unsigned int ch);
 
     int m_bLoaded = 0; // a face may be held and yet not count as loaded
-    std::unique_ptr<FT_LibraryRec_, FontLibraryReleaser> m_pLibrary; // outlives the face
-    std::unique_ptr<FT_FaceRec_, FontFaceReleaser> m_pFace;
+    std::unique_ptr<FT_LibraryRec_, FreeTypeReleaser> m_pLibrary; // outlives the face
+    std::unique_ptr<FT_FaceRec_, FreeTypeReleaser> m_pFace;
 };
 
 static_assert(sizeof(void*) != 4 || sizeof(CTextFont) == 12);

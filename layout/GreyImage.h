@@ -1,3 +1,4 @@
+// The caller's image, apart from what is drawn into it.
 #pragma once
 
 #include <ft2build.h>
@@ -7,26 +8,15 @@
 
 namespace QvFormat {
 
-// The caller's image, checked, cut to what it shows of a page, and as FreeType draws into it.
-class GreyImage {
-public:
-    explicit GreyImage(const QV_IMAGE& image) : m_Image(image) {}
+// Whether the image has pixels to draw into.
+bool IsDrawable(const QV_IMAGE& image);
 
-    // Whether it has pixels to draw into.
-    bool IsValid() const;
+// The part of a page that an image shows whose top left pixel stands at (x, y) of the page; empty,
+// see CUtility::IsEmptyRect, when it shows nothing of it.
+QV_RECT VisiblePart(const QV_IMAGE& image, unsigned int pageWidth, unsigned int pageHeight, int x,
+                    int y);
 
-    // Narrows a valid image to the part that shows a page of this size, the image's top left pixel
-    // standing at (x, y) of the page. False when it shows nothing of it.
-    bool CutToPage(unsigned int pageWidth, unsigned int pageHeight, int x, int y);
-
-    // The pixel of the page on the image's first pixel; (0, 0) before CutToPage.
-    QV_POINT Origin() const { return m_Origin; }
-    int Height() const { return m_Image.height; }
-    FT_Bitmap Bitmap() const;
-
-private:
-    QV_IMAGE m_Image;
-    QV_POINT m_Origin = {0, 0};
-};
+// The image as FreeType draws into it.
+FT_Bitmap BitmapOn(const QV_IMAGE& image);
 
 } // namespace QvFormat

@@ -6,24 +6,58 @@
 
 #include <pango/pangoft2.h>
 
+#include "base/Handles.h"
+#include "layout/GreyImage.h"
 #include "layout/PangoLineInfo.h"
 #include "layout/Paragraphs.h"
-#include "layout/ReadableLayout.h"
 
 namespace QvFormat {
 
 namespace {
 
+const char kReadable[] = "mmmm"; // fits into every line
 const char kLineSeparator[] = "\u2028";
 const int kLineSeparatorBytes = sizeof(kLineSeparator) - 1;
 
-struct IterReleaser {
-    void operator()(PangoLayoutIter* iter) const { pango_layout_iter_free(iter); }
-};
+void LimitIndent(PangoLayout* layout) {
+    const int indent = pango_layout_get_indent(layout);
+    if (!indent)
+        return;
+    const int width = pango_layout_get_width(layout);
+    int readable = 0;
+    pango_layout_set_indent(layout, 0);
+    pango_layout_set_width(layout, -1);
+    pango_layout_set_text(layout, kReadable, -1);
+    pango_layout_get_size(layout, &readable, nullptr);
+    const int limit = std::max(width - readable, 0);
+    pango_layout_set_width(layout, width);
+    pango_layout_set_indent(layout, std::clamp(indent, -limit, limit));
+}
 
-// Far enough for any image, and small enough to add to.
-int Clamped(long long units) {
-    return static_cast<int>(std::clamp<long long>(units, INT_MIN / 2, INT_MAX / 2));
+// Unicode lets a line break between a space and a combining mark, which are one cluster. Pango 1.50
+// ends the process on such a cluster when it is wider than its line.
+void KeepClustersWhole(PangoLayout* layout) {
+    const char* text = pango_layout_get_text(layout);
+    const int count = pango_layout_get_character_count(layout);
+    const std::unique_ptr<PangoLogAttr[]> places(
+        new (std::nothrow) PangoLogAttr[static_cast<std::size_t>(count) + 1]);
+    if (!places)
+        return;
+    pango_get_log_attrs(text, -1, -1, nullptr, places.get(), count + 1);
+    PangoAttrList* list = pango_attr_list_new();
+    const char* next = text;
+    for (int i = 1; i < count; ++i) {
+        const char* before = next;
+        next = g_utf8_next_char(before);
+        if (!places[i].is_line_break || places[i].is_char_break)
+            continue;
+        PangoAttribute* whole = pango_attr_allow_breaks_new(FALSE);
+        whole->start_index = static_cast<guint>(before - text);
+        whole->end_index = static_cast<guint>(g_utf8_next_char(next) - text);
+        pango_attr_list_insert(list, whole);
+    }
+    pango_layout_set_attributes(layout, list);
+    pango_attr_list_unref(list);
 }
 
 // Whether a line separator before the text makes a line of its own. None is needed where the text
@@ -34,56 +68,62 @@ bool CanSeparate(PangoLayout* settings, const char* text) {
            pango_layout_get_ellipsize(settings) == PANGO_ELLIPSIZE_NONE;
 }
 
+// Far enough for any image, and small enough to add to.
+int Clamped(long long units) {
+    return static_cast<int>(std::clamp<long long>(units, INT_MIN / 2, INT_MAX / 2));
+}
+
 } // namespace
 
 // Put before a text that goes on with a paragraph, a line separator takes the place of the
 // paragraph's first line, so that Pango gives the lines after it no first-line indent.
-KeptLines::KeptLines(PangoLayout* settings, bool continues) {
+KeptLines::KeptLines(PangoLayout* settings, bool continues)
+    : m_pLayout(pango_layout_copy(settings)) {
+    PangoLayout* layout = m_pLayout.get();
     const char* text = pango_layout_get_text(settings);
     const bool separated = continues && CanSeparate(settings, text);
     const std::unique_ptr<char, decltype(&g_free)> whole(
         g_strconcat(separated ? kLineSeparator : "", text, nullptr), g_free);
-    m_pLayout = NewReadableLayout(settings, whole.get());
+    LimitIndent(layout);
     if (continues && pango_layout_get_single_paragraph_mode(settings))
-        pango_layout_set_indent(m_pLayout.get(), 0);
+        pango_layout_set_indent(layout, 0);
+    pango_layout_set_text(layout, whole.get(), -1);
+    if (pango_layout_get_wrap(layout) == PANGO_WRAP_WORD_CHAR)
+        KeepClustersWhole(layout);
     Keep(separated);
 }
 
 void KeptLines::Keep(bool separated) {
-    const int count = pango_layout_get_line_count(m_pLayout.get()) - separated;
-    const LineInfoList infos(pango_layout_get_line_info_list(m_pLayout.get()));
+    const int count = pango_layout_get_line_count(m_pLayout.get());
     m_pLines.reset(new (std::nothrow) Line[static_cast<std::size_t>(count)]);
-    if (!infos || !m_pLines)
+    if (!m_pLines)
         return;
-    const PangoLineInfoNode* info = infos.get();
-    const std::unique_ptr<PangoLayoutIter, IterReleaser> iter(
-        pango_layout_get_iter(m_pLayout.get()));
-    if (separated) {
-        info = info->next;
-        pango_layout_iter_next_line(iter.get());
-    }
-    for (; info; info = info->next) {
+    PangoLineInfoNode* node = pango_layout_get_line_info_list(m_pLayout.get());
+    const std::unique_ptr<PangoLayoutIter, decltype(&pango_layout_iter_free)> iter(
+        pango_layout_get_iter(m_pLayout.get()), pango_layout_iter_free);
+    for (m_nCount = node && separated ? -1 : 0; node; ++m_nCount) {
+        const MallocPtr<PangoLineInfoNode> owner(node);
         PangoRectangle logical;
         pango_layout_iter_get_line_extents(iter.get(), nullptr, &logical);
-        Line& line = m_pLines[m_nCount++];
-        line.line.reset(pango_layout_line_ref(pango_layout_iter_get_line_readonly(iter.get())));
-        line.info = {info->start_index - (separated ? kLineSeparatorBytes : 0), info->height};
-        line.x = logical.x;
+        if (m_nCount >= 0)
+            m_pLines[m_nCount] = {
+                pango_layout_iter_get_line_readonly(iter.get()),
+                {node->start_index - (separated ? kLineSeparatorBytes : 0), node->height},
+                logical.x};
         pango_layout_iter_next_line(iter.get());
+        node = node->next;
     }
 }
 
 // As Pango places the lines of a layout: each at the exact end of the one before and the spacing.
-void KeptLines::Draw(int first, int end, const GreyImage& image) const {
-    FT_Bitmap bitmap = image.Bitmap();
-    const long long left = -1LL * PANGO_SCALE * image.Origin().x;
-    const long long bottom = 1LL * PANGO_SCALE * image.Height();
-    long long top = -1LL * PANGO_SCALE * image.Origin().y;
-    for (int i = first; i < end && top < bottom; ++i) {
-        PangoLayoutLine* line = m_pLines[i].line.get();
+void KeptLines::Draw(int first, int end, const QV_IMAGE& image, int x, int y) const {
+    FT_Bitmap bitmap = BitmapOn(image);
+    long long top = 1LL * PANGO_SCALE * y;
+    for (int i = first; i < end; ++i) {
         PangoRectangle logical;
-        pango_layout_line_get_extents(line, nullptr, &logical);
-        pango_ft2_render_layout_line_subpixel(&bitmap, line, Clamped(left + m_pLines[i].x),
+        pango_layout_line_get_extents(m_pLines[i].line, nullptr, &logical);
+        pango_ft2_render_layout_line_subpixel(&bitmap, m_pLines[i].line,
+                                              Clamped(1LL * PANGO_SCALE * x + m_pLines[i].x),
                                               Clamped(top - logical.y));
         top += 0LL + logical.height + pango_layout_get_spacing(m_pLayout.get());
     }

@@ -4,9 +4,7 @@
 
 #include <pango/pango.h>
 
-#include "QvRecords.h"
-#include "layout/GObjectPtr.h"
-#include "layout/GreyImage.h"
+#include "layout/CPangoLayout.h"
 
 namespace QvFormat {
 
@@ -16,6 +14,9 @@ class KeptLines {
 public:
     // Lays out the text that `settings` holds, under its settings; it stays as it is. `continues`
     // says that the text goes on with a paragraph begun before it.
+    //
+    // Two things differ from what Pango makes of the settings: beside an indent some letters fit
+    // into every line, and no line is broken inside a cluster.
     KeptLines(PangoLayout* settings, bool continues);
 
     // 0 when memory ran out.
@@ -23,15 +24,13 @@ public:
     // Offset in bytes of the text, height in whole pixels.
     const QVLayoutLineInfo& Info(int line) const { return m_pLines[line].info; }
 
-    // Draws the lines from `first` up to `end`, which is left out, at the top of the image's page.
-    void Draw(int first, int end, const GreyImage& image) const;
+    // Draws the lines from `first` up to `end`, which is left out, the first one's top left corner
+    // at pixel (x, y) of the image.
+    void Draw(int first, int end, const QV_IMAGE& image, int x, int y) const;
 
 private:
-    struct LineReleaser {
-        void operator()(PangoLayoutLine* line) const { pango_layout_line_unref(line); }
-    };
     struct Line {
-        std::unique_ptr<PangoLayoutLine, LineReleaser> line;
+        PangoLayoutLine* line; // of m_pLayout
         QVLayoutLineInfo info;
         int x; // of its left end, in Pango units
     };

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 
 #include <pango/pango.h>
 
@@ -23,13 +22,3 @@ PangoLineInfoNode* pango_layout_get_line_info_list(PangoLayout* layout);
 void pango_layout_set_disable_cache(PangoLayout* layout, gboolean disable);
 
 } // extern "C"
-
-namespace QvFormat {
-
-struct LineInfoReleaser {
-    void operator()(PangoLineInfoNode* node) const; // and all after it
-};
-
-using LineInfoList = std::unique_ptr<PangoLineInfoNode, LineInfoReleaser>;
-
-} // namespace QvFormat

@@ -6,10 +6,9 @@
 #include <string>
 #include <vector>
 
+#include <dlfcn.h>
 #include <ft2build.h>
 #include FT_FREETYPE_H
-#include FT_MODULE_H
-#include FT_RENDER_H
 #include <gtest/gtest.h>
 
 namespace {
@@ -139,26 +138,24 @@ TEST(CTextFontTest, GlyphIsCopiedOneRowUpAndClippedToTheRectangleAnywhere) {
     }
 }
 
-// A renderer that hands out whatever bitmap a test wants, for forms that no font here has.
-FT_GlyphSlotRec wanted;
-FT_Error wantedError;
+} // namespace
 
-FT_Error RenderWanted(FT_Renderer, FT_GlyphSlot slot, FT_Render_Mode, const FT_Vector*) {
-    slot->format = FT_GLYPH_FORMAT_BITMAP;
-    slot->bitmap = wanted.bitmap;
-    slot->bitmap_left = wanted.bitmap_left;
-    slot->bitmap_top = wanted.bitmap_top;
+// While there is one, FreeType gives this glyph for every character: forms that no font here has.
+static const FT_GlyphSlotRec* wanted;
+static FT_Error wantedError;
+
+extern "C" FT_Error FT_Load_Char(FT_Face face, FT_ULong character, FT_Int32 flags) {
+    static const auto next =
+        reinterpret_cast<decltype(&FT_Load_Char)>(dlsym(RTLD_NEXT, "FT_Load_Char"));
+    if (!wanted)
+        return next(face, character, flags);
+    face->glyph->bitmap = wanted->bitmap;
+    face->glyph->bitmap_left = wanted->bitmap_left;
+    face->glyph->bitmap_top = wanted->bitmap_top;
     return wantedError;
 }
 
-// FreeType keeps its own record of the renderer in the module's memory, 1024 bytes hold it easily.
-FT_Raster_Funcs raster = {
-    FT_GLYPH_FORMAT_OUTLINE, [](void*, FT_Raster*) { return 0; }, nullptr, nullptr, nullptr,
-    [](FT_Raster) {}};
-const FT_Module_Class kModule = {
-    FT_MODULE_RENDERER, 1024, "wanted", 0x10000, 0x20000, nullptr, nullptr, nullptr, nullptr};
-const FT_Renderer_Class kRenderer = {
-    kModule, FT_GLYPH_FORMAT_OUTLINE, RenderWanted, nullptr, nullptr, nullptr, &raster};
+namespace {
 
 TEST(CTextFontTest, BitmapOfAnyPixelModeAndRowOrderIsNeverMisread) {
     const struct {
@@ -172,23 +169,21 @@ TEST(CTextFontTest, BitmapOfAnyPixelModeAndRowOrderIsNeverMisread) {
                  {FT_PIXEL_MODE_LCD, 15, {}, Pixels(10, kUntouched)}};
     TestFont font;
     ASSERT_TRUE(font.Load("DejaVuSans.ttf", 16));
-    const FT_Library library = font.m_pLibrary.get();
-    ASSERT_EQ(FT_Add_Module(library, &kRenderer.root), 0);
-    const auto renderer = reinterpret_cast<FT_Renderer>(FT_Get_Module(library, "wanted"));
-    ASSERT_EQ(FT_Set_Renderer(library, renderer, 0, nullptr), 0);
+    FT_GlyphSlotRec glyph = {};
+    wanted = &glyph;
     for (const auto& form : forms) {
         Pixels expected = form.expected, bytes = form.row, drawn(10, kUntouched);
         expected.resize(10);
         bytes.resize(2 * static_cast<std::size_t>(form.pitch));
-        wanted.bitmap = {2, 5, form.pitch, bytes.data(), 256, form.mode, 0, nullptr};
-        wanted.bitmap_left = 3;
-        wanted.bitmap_top = font.GetAscender() - 1;
+        glyph.bitmap = {2, 5, form.pitch, bytes.data(), 256, form.mode, 0, nullptr};
+        glyph.bitmap_left = 3;
+        glyph.bitmap_top = font.GetAscender() - 1;
         for (int topDown : {1, 0}) {
             font.DrawCharImage(drawn.data(), 5, {-3, 0}, {0, 0, 5, 2}, 'g', nullptr);
             EXPECT_EQ(drawn, expected) << int(form.mode) << ' ' << topDown;
             font.DrawCharImage(drawn.data(), 1, {-3, 0}, {3, 0, 4, 2}, 'g', nullptr);
             EXPECT_EQ(drawn[0], expected[3]) << int(form.mode) << ' ' << topDown;
-            wanted.bitmap.pitch = -form.pitch;
+            glyph.bitmap.pitch = -form.pitch;
             std::rotate(expected.begin(), expected.begin() + 5, expected.end());
         }
     }
@@ -198,6 +193,7 @@ TEST(CTextFontTest, BitmapOfAnyPixelModeAndRowOrderIsNeverMisread) {
     EXPECT_EQ(advance, -99);
     EXPECT_EQ(font.GetCharWidth('g'), font.GetMaxCharWidth());
     EXPECT_GT(font.GetMaxCharWidth(), 0);
+    wanted = nullptr;
 }
 
 } // namespace
