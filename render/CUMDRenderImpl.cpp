@@ -40,19 +40,9 @@ std::optional<PageCutter> EmptyScreen(ITextLayout* layout) {
 
 } // namespace
 
-// Where the screen after the one shown begins.
-struct CUMDRenderImpl::Turn {
-    int line;           // of the line table; -1 when another segment is to be loaded
-    BookPosition place; // with which that segment begins
-};
-
 // --- the object ---------------------------------------------------------------------------------
 
-CUMDRenderImpl::CUMDRenderImpl()
-    : m_pBlockOffsets(
-          new (std::nothrow) int
-              [static_cast<std::size_t>((m_nSegmentBytes + m_nBlockSize - 1) / m_nBlockSize) + 1]) {
-}
+CUMDRenderImpl::CUMDRenderImpl() : m_pBlockOffsets(new (std::nothrow) int[kMostBlocks + 1]) {}
 
 CUMDRenderImpl::~CUMDRenderImpl() {
     WirteQvp();
@@ -206,10 +196,9 @@ QVRESULT CUMDRenderImpl::OpenBook(IQVSequentialStream* stream, ITextLayout* layo
     if (!m_pLayout || !CreatUmdNodeIndexList())
         return QV_E_FAIL;
     m_nContentLength = m_pUmdHandler->GetContentLength();
-    const int roundUp = m_nBlockSize - 1;
-    if (m_nContentLength <= 0 || m_nContentLength > INT_MAX - roundUp)
+    if (m_nContentLength <= 0 || m_nContentLength > INT_MAX - kBlockBytes + 1)
         return QV_E_FAIL;
-    m_nBlockCount = (m_nContentLength + roundUp) / m_nBlockSize;
+    m_nBlockCount = BlocksIn(m_nContentLength);
     m_pLayout->SetIndent(m_nFontSize ? FirstLineIndent() : 2 * kDefaultFontSize);
     return QV_S_OK;
 }
@@ -235,21 +224,19 @@ int CUMDRenderImpl::CreatUmdNodeIndexList() {
 // --- from chunks to laid-out text ---------------------------------------------------------------
 
 BookText CUMDRenderImpl::Text() const {
-    return BookText(m_pUmdHandler.get(), m_pChunkOffsets.get());
-}
-
-int CUMDRenderImpl::SegmentBytes(int block) const {
-    return m_nBlockCount - block > m_nBlocksPerSegment ? m_nSegmentBytes
-                                                       : m_nContentLength - block * m_nBlockSize;
+    return BookText(m_pUmdHandler.get(), m_pChunkOffsets.get(), m_nContentLength,
+                    m_nBlocksPerSegment);
 }
 
 unsigned char* CUMDRenderImpl::GetBlockContent(int block, int* length) {
     if (!length || block < 0 || block >= m_nBlockCount)
         return nullptr;
-    *length = SegmentBytes(block);
+    const int start = block * m_nBlockSize;
+    *length =
+        m_nBlockCount - block > m_nBlocksPerSegment ? m_nSegmentBytes : m_nContentLength - start;
     MallocPtr<unsigned char> content(
         static_cast<unsigned char*>(std::calloc(static_cast<std::size_t>(*length) + 4, 1)));
-    if (!content || Text().Read(block * m_nBlockSize, *length, content.get()) < *length)
+    if (!content || Text().Read(start, *length, content.get()) < *length)
         return nullptr;
     return content.release();
 }
@@ -257,59 +244,21 @@ unsigned char* CUMDRenderImpl::GetBlockContent(int block, int* length) {
 unsigned char* CUMDRenderImpl::UnicodeToUtf8(unsigned char const* content, int length) {
     if (!content || length <= 0 || length > m_nSegmentBytes || !m_pBlockOffsets)
         return nullptr;
-    SegmentText segment = ConvertBlocks(content, length, m_nBlockSize);
-    if (segment.blocks * m_nBlockSize < length)
+    SegmentText segment = ConvertBlocks(content, length);
+    if (segment.blocks < BlocksIn(length))
         return nullptr;
     std::copy_n(segment.offsets.begin(), segment.blocks + 1, m_pBlockOffsets.get());
     m_nSegmentBlocks = segment.blocks;
     return segment.text.release();
 }
 
-// As many of the blocks from `first` on as can be read and converted. The unit before them, read
-// with them, tells whether they begin inside a paragraph.
-SegmentText CUMDRenderImpl::ReadBlocks(BookText& text, int first, int count) const {
-    const int start = first * m_nBlockSize;
-    const int length =
-        std::min({count * m_nBlockSize, m_nContentLength - start, text.Length() - start});
-    int before = first > 0 ? kUtf16UnitBytes : 0;
-    MallocPtr<unsigned char> content(static_cast<unsigned char*>(
-        length > 0 ? std::malloc(static_cast<std::size_t>(before + length)) : nullptr));
-    if (!content)
-        return {};
-    int read = text.Read(start - before, before + length, content.get()) - before;
-    if (read < 0) { // the chunk before cannot be read, the blocks perhaps can
-        before = 0;
-        read = text.Read(start, length, content.get());
-    }
-    if (start + read < m_nContentLength)
-        read -= read % m_nBlockSize;
-    if (read <= 0)
-        return {};
-    SegmentText segment = ConvertBlocks(content.get() + before, read, m_nBlockSize);
-    segment.first = first;
-    segment.continues = before > 0 && !IsParagraphSeparator(content.get());
-    return segment;
-}
-
-bool CUMDRenderImpl::IsWhole(const SegmentText& segment) const {
-    return segment.blocks > 0 &&
-           segment.blocks == std::min(m_nBlockCount - segment.first, m_nBlocksPerSegment);
-}
-
-// Without blocks when one of them cannot be loaded.
-SegmentText CUMDRenderImpl::ReadWholeSegment(const BookPosition& place) const {
-    if (place.block < 0 || place.block >= m_nBlockCount)
-        return {};
-    BookText text = Text();
-    SegmentText segment = ReadBlocks(text, place.block, m_nBlocksPerSegment);
-    if (!IsWhole(segment))
-        return {};
-    segment.StartAt(place.offset);
-    return segment;
-}
-
 std::unique_ptr<SegmentText>& CUMDRenderImpl::Ahead() const {
     return static_cast<ShownBook*>(m_pUmdHandler.get())->m_pAhead;
+}
+
+bool CUMDRenderImpl::IsAhead(const BookPosition& place) const {
+    const SegmentText* ahead = Ahead().get();
+    return ahead && ahead->first == place.block && ahead->start == place.offset;
 }
 
 // Whether the text goes on with a paragraph is beyond ITextLayout, whose slots are fixed; another
@@ -322,27 +271,6 @@ void CUMDRenderImpl::GiveToLayout(const SegmentText& segment) {
         pango->SetTextContinues(segment.StartsInsideParagraph());
 }
 
-// Makes the segment that the layout holds the loaded one.
-bool CUMDRenderImpl::TakeOver(const SegmentText& segment) {
-    std::copy_n(segment.offsets.begin(), segment.blocks + 1, m_pBlockOffsets.get());
-    m_nSegmentBlocks = segment.blocks;
-    m_nFirstBlock = segment.first;
-    m_nStartOffset = segment.start;
-    m_pLineTable.reset();
-    m_nLineCount = -1;
-    m_nCurLine = -1;
-    QVLayoutLineInfo* table = nullptr;
-    unsigned int lines = 0;
-    const int answered = m_pLayout->GetLineTable(&table, &lines);
-    std::unique_ptr<QVLayoutLineInfo[]> owned(table);
-    if (!answered || !owned || lines < 1 || lines > INT_MAX)
-        return false;
-    m_pLineTable = std::move(owned);
-    m_nLineCount = static_cast<int>(lines);
-    m_nCurLine = 0;
-    return true;
-}
-
 bool CUMDRenderImpl::Load(const SegmentText& segment) {
     if (segment.blocks < 1)
         return false;
@@ -350,32 +278,36 @@ bool CUMDRenderImpl::Load(const SegmentText& segment) {
     return TakeOver(segment);
 }
 
+// Makes the segment that the layout holds the loaded one.
+bool CUMDRenderImpl::TakeOver(const SegmentText& segment) {
+    std::copy_n(segment.offsets.begin(), segment.blocks + 1, m_pBlockOffsets.get());
+    m_nSegmentBlocks = segment.blocks;
+    m_nFirstBlock = segment.first;
+    m_nStartOffset = segment.start;
+    QVLayoutLineInfo* table = nullptr;
+    unsigned int lines = 0;
+    const int answered = m_pLayout->GetLineTable(&table, &lines);
+    m_pLineTable.reset(table);
+    if (!answered || lines < 1 || lines > INT_MAX)
+        m_pLineTable.reset();
+    m_nLineCount = m_pLineTable ? static_cast<int>(lines) : -1;
+    m_nCurLine = m_pLineTable ? 0 : -1;
+    return m_nCurLine == 0;
+}
+
 int CUMDRenderImpl::UmdSetText(int block, int offset) {
-    return Load(ReadWholeSegment({block, offset})) ? 1 : 0;
+    if (block < 0 || block >= m_nBlockCount)
+        return 0;
+    if (!IsAhead({block, offset}))
+        return Load(Text().ReadSegment({block, offset})) ? 1 : 0;
+    const std::unique_ptr<SegmentText> segment = std::move(Ahead());
+    return TakeOver(*segment) ? 1 : 0;
 }
 
-// Also where the segment that begins with the place's block cannot be loaded: then what stands
-// before the first block that cannot.
+// Where the segment that begins with the place's block cannot be loaded, what of it stands before
+// the first block that cannot.
 bool CUMDRenderImpl::LoadReadable(const BookPosition& place) {
-    if (place.block < 0 || place.block >= m_nBlockCount)
-        return false;
-    BookText text = Text();
-    SegmentText segment = ReadBlocks(text, place.block, m_nBlocksPerSegment);
-    segment.StartAt(place.offset);
-    return Load(segment);
-}
-
-// Gives the layout back the loaded segment's text where it holds the one loaded ahead.
-bool CUMDRenderImpl::LayoutHoldsSegment() {
-    if (!Ahead())
-        return true;
-    BookText text = Text();
-    SegmentText segment = ReadBlocks(text, m_nFirstBlock, m_nSegmentBlocks);
-    if (segment.blocks < m_nSegmentBlocks)
-        return false;
-    segment.StartAt(m_nStartOffset);
-    GiveToLayout(segment);
-    return true;
+    return Load(Text().ReadBlocks(place, m_nBlocksPerSegment));
 }
 
 int CUMDRenderImpl::GetBlockInfo(int layoutOffset, int* block, int* offsetInBlock) {
@@ -424,11 +356,7 @@ void CUMDRenderImpl::MarkLinesOutdated() {
     m_nCurLine = 0;
 }
 
-bool CUMDRenderImpl::HasCurrentLines() {
-    return m_pLineTable || (m_nCurLine >= 0 && LoadReadable(Place()));
-}
-
-BookPosition CUMDRenderImpl::Place() {
+BookPosition CUMDRenderImpl::PlaceShown() {
     BookPosition place = {m_nFirstBlock, m_nStartOffset};
     GetBlockInfo(m_pLineTable ? m_pLineTable[m_nCurLine].offset : 0, &place.block, &place.offset);
     return place;
@@ -441,76 +369,56 @@ int CUMDRenderImpl::TextLineCount() const {
     return last > 0 && m_pLineTable[last].offset >= textEnd ? last : m_nLineCount;
 }
 
-bool CUMDRenderImpl::IsLastSegment() const {
-    return m_nBlockCount - m_nFirstBlock <= m_nBlocksPerSegment;
-}
-
 bool CUMDRenderImpl::BeginsAtBookStart() const {
     return m_nFirstBlock <= 0 && m_nStartOffset <= 0;
 }
 
-bool CUMDRenderImpl::ShowsWholeText(const PageCutter& screen) const {
-    return m_pLineTable && m_nCurLine == 0 && Lines().CountFrom(0, screen) >= TextLineCount();
-}
-
 // --- paging and drawing -------------------------------------------------------------------------
 
-// Past the text, the first character after the segment.
-bool CUMDRenderImpl::FindPlaceOfLine(int line, BookPosition* place) {
-    *place = {m_nFirstBlock + m_nSegmentBlocks, 0};
-    return line >= TextLineCount() ||
-           GetBlockInfo(m_pLineTable[line].offset, &place->block, &place->offset);
-}
-
-// Another segment is loaded one screen early, when the next screen reaches the end of this one.
-bool CUMDRenderImpl::FindNextScreen(Turn* next) {
+// Stores the line that the next screen begins with, or -1 and the place that a segment is to be
+// loaded from. That is done one screen early, when the next screen reaches the end of the text.
+// False when the layout does not answer.
+bool CUMDRenderImpl::FindNextScreen(int* line, BookPosition* place) {
     const std::optional<PageCutter> screen = EmptyScreen(m_pLayout.get());
     if (!screen)
         return false;
+    const ScreenLines lines = Lines();
     const int count = TextLineCount();
-    next->line = Lines().NextScreen(m_nCurLine, *screen);
-    const bool hasText = next->line < count;
-    if (IsLastSegment())
-        return hasText;
-    if (hasText && Lines().NextScreen(next->line, *screen) < count)
-        return true;
-    return FindPlaceOfLine(std::exchange(next->line, -1), &next->place);
+    const int next = lines.NextScreen(m_nCurLine, *screen);
+    const bool isLastSegment = m_nBlockCount - m_nFirstBlock <= m_nBlocksPerSegment;
+    *line = next < count && (isLastSegment || lines.NextScreen(next, *screen) < count) ? next : -1;
+    *place = {m_nFirstBlock + m_nSegmentBlocks, 0};
+    return next >= count || GetBlockInfo(m_pLineTable[next].offset, &place->block, &place->offset);
 }
 
 QVRESULT CUMDRenderImpl::GotoNextScreen() {
     if (!m_bInitialized)
         return QV_E_NOTREADY;
-    Turn next;
-    if (!HasCurrentLines() || !FindNextScreen(&next))
+    if (!m_pLineTable && (m_nCurLine < 0 || !LoadReadable(PlaceShown())))
         return QV_E_FAIL;
-    if (next.line >= 0) {
-        m_nCurLine = next.line;
-        return QV_S_OK;
-    }
-    const SegmentText* ahead = Ahead().get();
-    if (!ahead || ahead->first != next.place.block || ahead->start != next.place.offset)
-        return UmdSetText(next.place.block, next.place.offset) ? QV_S_OK : QV_E_FAIL;
-    const std::unique_ptr<SegmentText> segment = std::move(Ahead());
-    return TakeOver(*segment) ? QV_S_OK : QV_E_FAIL;
+    int line = 0;
+    BookPosition place = {};
+    if (!FindNextScreen(&line, &place))
+        return QV_E_FAIL;
+    if (line < 0)
+        return UmdSetText(place.block, place.offset) ? QV_S_OK : QV_E_FAIL;
+    m_nCurLine = line;
+    return QV_S_OK;
 }
 
 QVRESULT CUMDRenderImpl::PrepareNextScreen() {
     if (!m_bInitialized)
         return QV_E_NOTREADY;
-    Turn next;
-    if (m_nCurLine < 0)
+    if (!m_pLineTable) // outdated lines are laid out anew first, when they are drawn
+        return m_nCurLine < 0 ? QV_E_FAIL : QV_S_OK;
+    int line = 0;
+    BookPosition place = {};
+    if (!FindNextScreen(&line, &place))
         return QV_E_FAIL;
-    if (!m_pLineTable)
-        return QV_S_OK; // laying the screen shown out anew comes first
-    if (!FindNextScreen(&next))
-        return QV_E_FAIL;
-    const SegmentText* ahead = Ahead().get();
-    if (next.line >= 0 ||
-        (ahead && ahead->first == next.place.block && ahead->start == next.place.offset))
+    if (line >= 0 || IsAhead(place))
         return QV_S_OK;
-    std::unique_ptr<SegmentText> segment(new (std::nothrow)
-                                             SegmentText(ReadWholeSegment(next.place)));
-    if (!segment || !segment->blocks)
+    std::unique_ptr<SegmentText> segment(new (std::nothrow) SegmentText(Text().ReadSegment(place)));
+    if (!segment || segment->blocks < 1)
         return QV_E_FAIL;
     GiveToLayout(*segment);
     segment->text.reset();
@@ -528,8 +436,7 @@ QVRESULT CUMDRenderImpl::GotoPrevScreen() {
     const std::optional<PageCutter> screen = EmptyScreen(m_pLayout.get());
     if (!screen)
         return QV_E_FAIL;
-    const int lines =
-        m_pLineTable ? Lines().StepBack(m_nCurLine, *screen, !BeginsAtBookStart()) : 0;
+    const int lines = Lines().StepBack(m_nCurLine, *screen, !BeginsAtBookStart());
     if (lines == 0)
         return LoadScreenBefore(*screen);
     m_nCurLine -= lines;
@@ -540,34 +447,35 @@ QVRESULT CUMDRenderImpl::GotoPrevScreen() {
 // the text there is and begins with its block, the segment ends before that block: nothing of it is
 // on the screen before. A segment without text before the place leads on to the one before it.
 QVRESULT CUMDRenderImpl::LoadScreenBefore(const PageCutter& screen) {
-    const BookPosition place = Place();
+    const BookPosition place = PlaceShown();
+    const bool endsBefore = place.offset == 0 && m_pLineTable && m_nCurLine == 0 &&
+                            Lines().CountFrom(0, screen) >= TextLineCount();
     BookText text = Text();
-    int last = place.offset == 0 && ShowsWholeText(screen) ? place.block - 1 : place.block;
-    while (last >= 0) {
-        const int first = std::max(last - m_nBlocksPerSegment + 1, 0);
-        const SegmentText segment = ReadBlocks(text, first, m_nBlocksPerSegment);
-        if (!IsWhole(segment))
-            break;
-        const int end = segment.OffsetOf(place.block, place.offset);
-        if (end > 0)
-            return ShowScreenBefore(segment, end, screen);
-        last = first - 1;
+    for (int end = endsBefore ? place.block : place.block + 1; end > 0;) {
+        const int first = std::max(end - m_nBlocksPerSegment, 0);
+        const SegmentText segment = text.ReadSegment({first, 0});
+        if (segment.blocks < 1)
+            return QV_E_FAIL;
+        if (segment.OffsetOf(place) > 0)
+            return ShowScreenBefore(place, segment, screen);
+        end = first;
     }
     return QV_E_FAIL;
 }
 
-// Loads the segment and shows the screen that ends before its byte `end`. The line that holds this
-// byte ends the screen, unless it begins with it. Where a screen holds more than a segment, it
-// shows all the lines before.
-QVRESULT CUMDRenderImpl::ShowScreenBefore(const SegmentText& segment, int end,
+// Loads the segment and shows the screen that ends before the place. The line that holds it ends
+// the screen, unless it begins with it. A screen that holds more than a segment shows all the
+// lines.
+QVRESULT CUMDRenderImpl::ShowScreenBefore(const BookPosition& place, const SegmentText& segment,
                                           const PageCutter& screen) {
     if (!Load(segment))
         return QV_E_FAIL;
-    const int line = Lines().LineAt(end);
-    const int endLine = m_pLineTable[line].offset < end ? TextLineCount() : line;
-    const int lines = Lines().StepBack(endLine, screen, !BeginsAtBookStart());
-    m_nCurLine = lines > 0 ? endLine - lines : 0;
-    return endLine > 0 ? QV_S_OK : QV_E_FAIL;
+    const int offset = segment.OffsetOf(place);
+    const int line = Lines().LineAt(offset);
+    const int end = m_pLineTable[line].offset < offset ? TextLineCount() : line;
+    const int lines = Lines().StepBack(end, screen, !BeginsAtBookStart());
+    m_nCurLine = lines > 0 ? end - lines : 0;
+    return end > 0 ? QV_S_OK : QV_E_FAIL;
 }
 
 QVRESULT CUMDRenderImpl::GotoPosition(float fraction) {
@@ -578,8 +486,16 @@ QVRESULT CUMDRenderImpl::GotoPosition(float fraction) {
 }
 
 QVRESULT CUMDRenderImpl::DrawCurScreen(QV_IMAGE image, int x, int y) {
-    if (m_bInitialized && (m_pLineTable || LoadReadable(Place())) && LayoutHoldsSegment())
-        m_pLayout->DrawPageFromLineNo(static_cast<unsigned int>(m_nCurLine), image, x, y);
+    if (!m_bInitialized || (!m_pLineTable && !LoadReadable(PlaceShown())))
+        return QV_S_OK;
+    if (Ahead()) { // the layout holds the next segment's text
+        const SegmentText segment =
+            Text().ReadBlocks({m_nFirstBlock, m_nStartOffset}, m_nSegmentBlocks);
+        if (segment.blocks < m_nSegmentBlocks)
+            return QV_S_OK;
+        GiveToLayout(segment);
+    }
+    m_pLayout->DrawPageFromLineNo(static_cast<unsigned int>(m_nCurLine), image, x, y);
     return QV_S_OK;
 }
 
@@ -591,75 +507,41 @@ QVRESULT CUMDRenderImpl::GotoReadableScreen(int block, int forward, int* passedO
     if (block < -1 || block >= m_nBlockCount)
         return QV_E_INVALIDARG;
     int passed = 0;
-    QVRESULT result = QV_E_FAIL;
+    if (!passedOver)
+        passedOver = &passed;
+    *passedOver = 0;
     if (block >= 0)
-        result = JumpReadable({block, 0}, forward ? 1 : -1, &passed);
-    else
-        result = forward ? GoOnReadable(&passed) : GoBackReadable(&passed);
-    if (passedOver)
-        *passedOver = passed;
-    return result;
+        return JumpToReadable({block, 0}, forward ? 1 : -1, passedOver);
+    if ((forward ? GotoNextScreen() : GotoPrevScreen()) == QV_S_OK)
+        return QV_S_OK;
+    BookPosition place = PlaceShown();
+    if (!forward && m_nCurLine >= 0)
+        return StepBackToReadable(place, passedOver);
+    int line = 0;
+    if (forward && m_pLineTable && !FindNextScreen(&line, &place))
+        return QV_E_FAIL;
+    return JumpToReadable(place, forward ? 1 : -1, passedOver);
 }
 
-// The nearest block with text, from `block` on in steps of 1 or -1; -1 when there is none. Counts
-// the bytes of those passed over that cannot be read.
-int CUMDRenderImpl::FindReadableBlock(BookText& text, int block, int step, int* passed) const {
-    for (; block >= 0 && block < m_nBlockCount; block += step) {
-        const SegmentText found = ReadBlocks(text, block, 1);
-        if (found.Length() > 0)
-            return block;
-        if (found.blocks == 0)
-            *passed += std::min(m_nBlockSize, m_nContentLength - block * m_nBlockSize);
-    }
-    return -1;
-}
-
-QVRESULT CUMDRenderImpl::JumpReadable(const BookPosition& place, int step, int* passed) {
-    BookText text = Text();
-    const int block = FindReadableBlock(text, place.block, step, passed);
+QVRESULT CUMDRenderImpl::JumpToReadable(const BookPosition& place, int step, int* passedOver) {
+    const int block = Text().FindReadableBlock(place.block, step, passedOver);
     return LoadReadable({block, block == place.block ? place.offset : 0}) ? QV_S_OK : QV_E_FAIL;
 }
 
-QVRESULT CUMDRenderImpl::GoOnReadable(int* passed) {
-    if (GotoNextScreen() == QV_S_OK)
-        return QV_S_OK;
-    if (!m_pLineTable)
-        return JumpReadable(Place(), 1, passed);
-    const std::optional<PageCutter> screen = EmptyScreen(m_pLayout.get());
-    BookPosition next;
-    if (!screen || !FindPlaceOfLine(Lines().NextScreen(m_nCurLine, *screen), &next))
-        return QV_E_FAIL;
-    return JumpReadable(next, 1, passed);
-}
-
-QVRESULT CUMDRenderImpl::GoBackReadable(int* passed) {
-    if (GotoPrevScreen() == QV_S_OK)
-        return QV_S_OK;
-    const BookPosition place = Place();
-    if (m_nCurLine < 0)
-        return JumpReadable(place, -1, passed);
+QVRESULT CUMDRenderImpl::StepBackToReadable(const BookPosition& place, int* passedOver) {
     const std::optional<PageCutter> screen = EmptyScreen(m_pLayout.get());
     if (!screen)
         return QV_E_FAIL;
     BookText text = Text();
-    const int last =
-        FindReadableBlock(text, place.offset > 0 ? place.block : place.block - 1, -1, passed);
-    const SegmentText segment = ReadReadableBlocksUpTo(text, last);
-    return ShowScreenBefore(segment, segment.OffsetOf(place.block, place.offset), *screen);
-}
-
-SegmentText CUMDRenderImpl::ReadReadableBlocksUpTo(BookText& text, int last) const {
-    int first = last + 1;
-    while (first > 0 && last - first + 1 < m_nBlocksPerSegment &&
-           ReadBlocks(text, first - 1, 1).blocks > 0)
-        --first;
-    return ReadBlocks(text, first, last - first + 1);
+    const int nearest = place.offset > 0 ? place.block : place.block - 1;
+    const int last = text.FindReadableBlock(nearest, -1, passedOver);
+    return ShowScreenBefore(place, text.ReadBlocksUpTo(last), *screen);
 }
 
 int CUMDRenderImpl::GetCurPosition(int* block, int* offsetInBlock) {
     if (!m_bInitialized || !block || !offsetInBlock)
         return 0;
-    const BookPosition place = Place();
+    const BookPosition place = PlaceShown();
     *block = place.block;
     *offsetInBlock = place.offset;
     return 1;

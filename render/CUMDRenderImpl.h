@@ -132,46 +132,30 @@ public:
     int GetBlockCount();
 
 protected:
-    struct Turn;
-
     UMDFORMAT_HIDDEN void ReleaseBook();
     UMDFORMAT_HIDDEN QVRESULT OpenBook(IQVSequentialStream* stream, ITextLayout* layout,
                                        char const* path);
     UMDFORMAT_HIDDEN void SetFontName(std::unique_ptr<char[]>& field, char const* name);
     UMDFORMAT_HIDDEN int FirstLineIndent() const;
-
     UMDFORMAT_HIDDEN BookText Text() const;
-    UMDFORMAT_HIDDEN int SegmentBytes(int block) const;
-    UMDFORMAT_HIDDEN SegmentText ReadBlocks(BookText& text, int first, int count) const;
-    UMDFORMAT_HIDDEN bool IsWhole(const SegmentText& segment) const;
-    UMDFORMAT_HIDDEN SegmentText ReadWholeSegment(const BookPosition& place) const;
-    UMDFORMAT_HIDDEN std::unique_ptr<SegmentText>& Ahead() const;
+    UMDFORMAT_HIDDEN std::unique_ptr<SegmentText>& Ahead() const; // null: nothing is loaded ahead
+    UMDFORMAT_HIDDEN bool IsAhead(const BookPosition& place) const;
     UMDFORMAT_HIDDEN void GiveToLayout(const SegmentText& segment);
     UMDFORMAT_HIDDEN bool TakeOver(const SegmentText& segment);
     UMDFORMAT_HIDDEN bool Load(const SegmentText& segment);
     UMDFORMAT_HIDDEN bool LoadReadable(const BookPosition& place);
-    UMDFORMAT_HIDDEN bool LayoutHoldsSegment();
-
     UMDFORMAT_HIDDEN void MarkLinesOutdated();
-    UMDFORMAT_HIDDEN bool HasCurrentLines();
     UMDFORMAT_HIDDEN ScreenLines Lines() const;
-    UMDFORMAT_HIDDEN BookPosition Place();
     UMDFORMAT_HIDDEN int TextLineCount() const;
-    UMDFORMAT_HIDDEN bool IsLastSegment() const;
     UMDFORMAT_HIDDEN bool BeginsAtBookStart() const;
-    UMDFORMAT_HIDDEN bool ShowsWholeText(const PageCutter& screen) const;
-
-    UMDFORMAT_HIDDEN bool FindPlaceOfLine(int line, BookPosition* place);
-    UMDFORMAT_HIDDEN bool FindNextScreen(Turn* next);
+    UMDFORMAT_HIDDEN BookPosition PlaceShown();
+    UMDFORMAT_HIDDEN bool FindNextScreen(int* line, BookPosition* place);
     UMDFORMAT_HIDDEN QVRESULT LoadScreenBefore(const PageCutter& screen);
-    UMDFORMAT_HIDDEN QVRESULT ShowScreenBefore(const SegmentText& segment, int end,
+    UMDFORMAT_HIDDEN QVRESULT ShowScreenBefore(const BookPosition& place,
+                                               const SegmentText& segment,
                                                const PageCutter& screen);
-
-    UMDFORMAT_HIDDEN int FindReadableBlock(BookText& text, int block, int step, int* passed) const;
-    UMDFORMAT_HIDDEN SegmentText ReadReadableBlocksUpTo(BookText& text, int last) const;
-    UMDFORMAT_HIDDEN QVRESULT GoOnReadable(int* passed);
-    UMDFORMAT_HIDDEN QVRESULT GoBackReadable(int* passed);
-    UMDFORMAT_HIDDEN QVRESULT JumpReadable(const BookPosition& place, int step, int* passed);
+    UMDFORMAT_HIDDEN QVRESULT JumpToReadable(const BookPosition& place, int step, int* passedOver);
+    UMDFORMAT_HIDDEN QVRESULT StepBackToReadable(const BookPosition& place, int* passedOver);
 
     std::unique_ptr<IBookInfoEntity> m_pBookInfoEntity;
     std::unique_ptr<ITextLayout> m_pLayout;
