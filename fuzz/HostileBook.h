@@ -44,14 +44,6 @@ constexpr Range kRanges[] = {{U'a', 26},        {U' ', 95},       {0x4E00, 3000}
                              {0xD800, 0x800},   {0xE000, 6400},   {0xFE00, 512},     {0x0378, 16},
                              {0x1F000, 0x1000}, {0x10800, 0x800}, {0xE0000, 0x20000}};
 
-inline void AppendCharacter(std::u16string& text, char32_t character) {
-    if (character >= 0x10000) {
-        text.push_back(static_cast<char16_t>(0xD7C0 + (character >> 10)));
-        character = 0xDC00 + (character & 0x3FF);
-    }
-    text.push_back(static_cast<char16_t>(character));
-}
-
 // One byte says how often the text is repeated. Then follow runs of characters, three bytes each:
 // which kind, how many, which of them. At most `units` of UTF-16.
 inline std::u16string HostileText(Input input, std::size_t units) {
@@ -61,8 +53,13 @@ inline std::u16string HostileText(Input input, std::size_t units) {
         const Range& range = kRanges[TakeByte(input) % std::size(kRanges)];
         const unsigned count = TakeByte(input);
         const unsigned seed = TakeByte(input);
-        for (unsigned i = 0; i < (count < 224 ? count % 32 + 1 : count); ++i)
-            AppendCharacter(text, range.first + (seed * 41 + i * (seed % 8)) % range.count);
+        for (unsigned i = 0; i < (count < 224 ? count % 32 + 1 : count); ++i) {
+            const char32_t character = range.first + (seed * 41 + i * (seed % 8)) % range.count;
+            const bool isPair = character >= 0x10000;
+            if (isPair)
+                text += static_cast<char16_t>(0xD7C0 + (character >> 10));
+            text += static_cast<char16_t>(isPair ? 0xDC00 + (character & 0x3FF) : character);
+        }
     }
     const std::u16string once = text;
     for (unsigned i = 0; i < repeats && text.size() < units; ++i)

@@ -28,8 +28,8 @@ using namespace QvFormat;
 
 namespace {
 
-constexpr int kBlockUnits = 64;
-constexpr int kTextBlocks = 3;                // of text at most, for each block of a segment
+constexpr std::size_t kBlockUnits = 64;
+constexpr std::size_t kTextBlocks = 3;        // of text at most, for each block of a segment
 constexpr std::size_t kImageBytes = 1U << 16; // of the biggest image
 
 using BookPlace = std::optional<std::pair<int, int>>; // block, offset in it
@@ -46,21 +46,17 @@ bool Refuses(unsigned& in) {
     return in > 0 && --in == 0;
 }
 
-class FuzzStream : public CMemoryStream {
-public:
+struct FuzzStream : CMemoryStream {
     FuzzStream(unsigned char* buffer, long length, unsigned& refuseIn)
         : CMemoryStream(buffer, length), m_nRefuseIn(refuseIn) {}
     QVRESULT Read(unsigned char* buffer, int count, int* read) override {
         return Refuses(m_nRefuseIn) ? QV_E_FAIL : CMemoryStream::Read(buffer, count, read);
     }
-
-private:
     unsigned& m_nRefuseIn;
 };
 
 // As the factory makes it.
-class FuzzLayout : public CPangoLayout {
-public:
+struct FuzzLayout : CPangoLayout {
     explicit FuzzLayout(unsigned& refuseIn)
         : CPangoLayout("fzlth 18", 600, 800, 72, 72), m_nRefuseIn(refuseIn) {
         SetWrap(QVLayoutWrapWordChar);
@@ -71,15 +67,10 @@ public:
     int GetLineTable(QVLayoutLineInfo** table, unsigned* count) override {
         return !Refuses(m_nRefuseIn) && CPangoLayout::GetLineTable(table, count);
     }
-
-private:
     unsigned& m_nRefuseIn;
 };
 
-class FuzzRender : public CUMDRenderImpl {
-public:
-    using CUMDRenderImpl::m_nBlockCount;
-
+struct FuzzRender : CUMDRenderImpl {
     explicit FuzzRender(int blocks) {
         m_nBlocksPerSegment = blocks;
         m_nSegmentBytes = blocks * m_nBlockSize;
@@ -99,7 +90,6 @@ public:
         return next < m_nLineCount ? PlaceOf(m_pLineTable[next].offset) : std::nullopt;
     }
 
-private:
     BookPlace PlaceOf(int layoutOffset) {
         int block = -1;
         int offset = -1;
@@ -214,7 +204,7 @@ struct Session {
 
     void Jump() {
         const float fraction = static_cast<float>(TakeByte()) / 250; // some are past the end
-        const auto last = static_cast<float>(m_pRender->m_nBlockCount - 1);
+        const auto last = static_cast<float>(m_pRender->GetBlockCount() - 1);
         if (Moves([&] { return m_pRender->GotoPosition(fraction); }))
             Require(m_pRender->Shown()->first >= static_cast<int>(fraction * last),
                     "a jump arrives");
@@ -238,7 +228,7 @@ struct Session {
         int passed = 0;
         const bool moved = Moves(
             [&] { return m_pRender->GotoReadableScreen(std::max(block, -1), forward, &passed); });
-        Require(passed >= 0 && passed / 128 <= m_pRender->m_nBlockCount,
+        Require(passed >= 0 && passed / 128 <= m_pRender->GetBlockCount(),
                 "what was left out is text");
         Require(!moved || !calm || block >= 0 ||
                     (forward ? m_pRender->Shown() > from : m_pRender->Shown() < from),
@@ -320,7 +310,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         std::ofstream(path + ".qvp") << std::string(readingData.begin(), readingData.end());
     const fuzz::Input script = fuzz::Take(input, fuzz::TakeByte(input));
     const fuzz::Input shape = fuzz::Take(input, 4);
-    const auto units = static_cast<std::size_t>(blocks * kTextBlocks * kBlockUnits);
+    const auto units = static_cast<std::size_t>(blocks) * kTextBlocks * kBlockUnits;
     Session{blocks, fuzz::HostileText(input, units), path, !isHostile, script}.Run(shape);
     std::filesystem::remove(path + ".qvp");
     return 0;
