@@ -5,12 +5,6 @@
 
 namespace bench {
 
-namespace {
-
-constexpr int kIndent = 36 * PANGO_SCALE;
-
-} // namespace
-
 BarePango::BarePango()
     : m_pFontMap(pango_ft2_font_map_new(), g_object_unref), m_pContext(nullptr, g_object_unref),
       m_pLayout(nullptr, g_object_unref) {
@@ -21,23 +15,26 @@ BarePango::BarePango()
     pango_layout_set_font_description(m_pLayout.get(), font);
     pango_font_description_free(font);
     pango_layout_set_width(m_pLayout.get(), kWidth * PANGO_SCALE);
-    pango_layout_set_indent(m_pLayout.get(), kIndent);
+    pango_layout_set_wrap(m_pLayout.get(), PANGO_WRAP_WORD_CHAR);
+    pango_layout_set_indent(m_pLayout.get(), 36 * PANGO_SCALE);
 }
 
-// Pango adds an empty line behind a last separator, which has no height here.
-int BarePango::LayOut(const char* text, int length) {
-    pango_layout_set_text(m_pLayout.get(), text, length);
+std::string BarePango::LayOut(const std::string& text) {
+    pango_layout_set_text(m_pLayout.get(), text.data(), static_cast<int>(text.size()));
     int height = 0;
+    int end = 0;
     for (GSList* item = pango_layout_get_lines_readonly(m_pLayout.get()); item; item = item->next) {
         auto* line = static_cast<PangoLayoutLine*>(item->data);
         PangoRectangle logical;
         pango_layout_line_get_extents(line, nullptr, &logical);
-        height += line->start_index < length ? logical.height : 0;
+        height += PANGO_PIXELS_CEIL(logical.height);
+        if (height <= kHeight)
+            end = line->start_index + line->length;
     }
-    return height;
+    return text.substr(0, static_cast<std::size_t>(end));
 }
 
-void BarePango::Draw(const std::string& text, Image& image, int y) {
+void BarePango::Draw(const std::string& text, Image& image) {
     pango_layout_set_text(m_pLayout.get(), text.data(), static_cast<int>(text.size()));
     FT_Bitmap bitmap = {};
     bitmap.rows = kHeight;
@@ -46,17 +43,7 @@ void BarePango::Draw(const std::string& text, Image& image, int y) {
     bitmap.buffer = image.data();
     bitmap.num_grays = 256;
     bitmap.pixel_mode = FT_PIXEL_MODE_GRAY;
-    pango_ft2_render_layout(&bitmap, m_pLayout.get(), 0, y);
-}
-
-void BarePango::DrawInParts(const Page& page, Image& image) {
-    const std::string continued = page.text.substr(0, page.continued);
-    pango_layout_set_indent(m_pLayout.get(), 0);
-    Draw(continued, image);
-    const int height = LayOut(continued.data(), static_cast<int>(continued.size()));
-    pango_layout_set_indent(m_pLayout.get(), kIndent);
-    if (page.continued < page.text.size())
-        Draw(page.text.substr(page.continued), image, PANGO_PIXELS_CEIL(height));
+    pango_ft2_render_layout(&bitmap, m_pLayout.get(), 0, 0);
 }
 
 } // namespace bench

@@ -12,18 +12,16 @@ namespace bench {
 
 namespace {
 
-umdbook::Book Sample(const char* name) {
-    std::ifstream file(std::string(BENCH_SAMPLES "/") + name, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    if (text.empty())
-        throw std::runtime_error(std::string("no sample ") + name);
-    return umdbook::BookFromText(text);
-}
-
-umdbook::Book BothSamples() {
-    umdbook::Book book = Sample("art-of-war.txt");
-    for (umdbook::Chapter& chapter : Sample("alice.txt").chapters)
-        book.chapters.push_back(std::move(chapter));
+umdbook::Book BookOf(const std::vector<const char*>& samples) {
+    umdbook::Book book;
+    for (const char* name : samples) {
+        std::ifstream file(std::string(BENCH_SAMPLES "/") + name, std::ios::binary);
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        if (text.empty())
+            throw std::runtime_error(std::string("no sample ") + name);
+        for (umdbook::Chapter& chapter : umdbook::BookFromText(text).chapters)
+            book.chapters.push_back(std::move(chapter));
+    }
     return book;
 }
 
@@ -46,14 +44,15 @@ Books::~Books() {
     std::filesystem::remove_all(m_sFolder);
 }
 
-std::string Books::Make(std::size_t utf16Bytes, bool chapterTable) const {
+std::string Books::Make(std::size_t utf16Bytes, const std::vector<const char*>& samples,
+                        bool chapterTable) const {
     umdbook::Options options;
     options.chapterTable = chapterTable;
-    const umdbook::Book both = BothSamples();
-    const bool isShort = 2 * both.Text().size() > utf16Bytes;
+    const umdbook::Book book = BookOf(samples);
+    const bool isShort = 2 * book.Text().size() > utf16Bytes;
     const umdbook::Bytes bytes = umdbook::WriteBook(
-        isShort ? Cut(both, utf16Bytes) : umdbook::Repeated(both, utf16Bytes), options);
-    const std::string path = m_sFolder + "/" + std::to_string(utf16Bytes) + ".umd";
+        isShort ? Cut(book, utf16Bytes) : umdbook::Repeated(book, utf16Bytes), options);
+    std::string path = m_sFolder + "/" + samples.front() + std::to_string(utf16Bytes) + ".umd";
     std::ofstream file(path, std::ios::binary);
     file.write(reinterpret_cast<const char*>(bytes.data()),
                static_cast<std::streamsize>(bytes.size()));

@@ -9,6 +9,8 @@ namespace bench {
 
 namespace {
 
+constexpr double kLoadLimit = 0.90; // where a segment is loaded
+
 constexpr int kBlockBytes = 128;
 constexpr int kSegmentBytes = 80 * kBlockBytes;
 
@@ -25,7 +27,7 @@ RenderPtr Open(const std::string& path) {
 class Opening : public Case {
 public:
     Opening(const std::string& size, const std::string& path)
-        : Case("opening a book of " + size, kLimit), m_sPath(path), m_Book(path) {}
+        : Case("opening a book of " + size, 1.10), m_sPath(path), m_Book(path) {}
 
     void Prepare(std::size_t) override {
         m_pOurs.reset();
@@ -44,29 +46,11 @@ private:
     std::unique_ptr<BarePango> m_pBare;
 };
 
-// What all cases share that draw screens of one book.
-struct Readers {
-    explicit Readers(const std::string& path) : bareBook(path) { ours.Open(path); }
-
-    void BareLoad(BarePango& bare, const Place& place) const {
-        const std::string text = bareBook.Text(place.block * kBlockBytes, kSegmentBytes);
-        const auto offset = static_cast<std::size_t>(place.offset);
-        bare.LayOut(text.data() + offset, static_cast<int>(text.size() - offset));
-    }
-
-    ProbeRender ours;
-    BareBook bareBook;
-    BarePango barePango; // warm
-};
-
-// Both sides begin with a new font map: the fonts are loaded, and the glyphs drawn anew.
+// A new font map on both sides: the fonts are loaded, and the glyphs drawn anew.
 class FirstScreen : public Case {
 public:
-    FirstScreen(const std::string& path, std::shared_ptr<Readers> readers)
-        : Case("first screen", kLoadLimit), m_sPath(path), m_pReaders(std::move(readers)) {
-        m_pReaders->ours.GotoPosition(0);
-        m_Screen = m_pReaders->ours.TurnFrom({});
-    }
+    explicit FirstScreen(const std::string& path)
+        : Case("first screen", 1.05), m_sPath(path), m_Book(path) {}
 
     void Prepare(std::size_t) override {
         m_pOurs.reset();
@@ -77,27 +61,38 @@ public:
         m_pOurs->DrawCurScreen({0, image.data(), kHeight, kWidth, kWidth}, 0, 0);
     }
     void Bare(std::size_t, Image& image) override {
-        m_pReaders->BareLoad(*m_pBare, m_Screen.to);
-        m_pBare->Draw(m_Screen.page.text, image);
+        m_pBare->Draw(m_pBare->LayOut(m_Book.Text(0, kSegmentBytes)), image);
     }
-    const Page* Drawn(std::size_t) const override { return &m_Screen.page; }
 
 private:
     std::string m_sPath;
-    std::shared_ptr<Readers> m_pReaders;
-    Turn m_Screen;
+    BareBook m_Book;
     RenderPtr m_pOurs;
     std::unique_ptr<BarePango> m_pBare;
 };
 
+// What all cases share that draw screens of one book.
+struct Readers {
+    explicit Readers(const std::string& path) : bareBook(path) { ours.Open(path); }
+
+    void BareLoad(const ScreenPlace& place) {
+        const std::string text = bareBook.Text(place.block * kBlockBytes, kSegmentBytes);
+        barePango.LayOut(text.substr(static_cast<std::size_t>(place.offset)));
+    }
+
+    ProbeRender ours;
+    BareBook bareBook;
+    BarePango barePango; // warm
+};
+
+using Step = QvFormat::QVRESULT (*)(ProbeRender&, const Turn&);
+
 class Turning : public Case {
 public:
-    using Step = QvFormat::QVRESULT (*)(ProbeRender&, const Turn&);
-
-    Turning(const char* name, Step step, std::vector<Turn> turns, bool loads,
+    Turning(const std::string& name, double limit, Step step, std::vector<Turn> turns, bool loads,
             std::shared_ptr<Readers> readers)
-        : Case(name, loads ? kLoadLimit : kLimit), m_pStep(step), m_Turns(std::move(turns)),
-          m_bLoads(loads), m_pReaders(std::move(readers)) {
+        : Case(name, limit), m_pStep(step), m_Turns(std::move(turns)), m_bLoads(loads),
+          m_pReaders(std::move(readers)) {
         if (m_Turns.empty())
             throw std::runtime_error("the book has no " + Name());
     }
@@ -109,18 +104,58 @@ public:
     }
     void Bare(std::size_t round, Image& image) override {
         if (m_bLoads)
-            m_pReaders->BareLoad(m_pReaders->barePango, At(round).to);
-        m_pReaders->barePango.Draw(At(round).page.text, image);
+            m_pReaders->BareLoad(At(round).to);
+        m_pReaders->barePango.Draw(At(round).text, image);
     }
-    const Page* Drawn(std::size_t round) const override { return &At(round).page; }
 
-private:
+protected:
     const Turn& At(std::size_t round) const { return m_Turns[round % m_Turns.size()]; }
 
     Step m_pStep;
     std::vector<Turn> m_Turns;
-    bool m_bLoads;
+    bool m_bLoads; // on the bare side
     std::shared_ptr<Readers> m_pReaders;
+};
+
+// As a host does that uses the time between two turns.
+class PreparedTurning : public Turning {
+public:
+    using Turning::Turning;
+
+    void Prepare(std::size_t round) override {
+        Turning::Prepare(round);
+        m_pReaders->ours.Draw(m_Image);
+        m_pReaders->ours.PrepareNextScreen();
+    }
+
+private:
+    Image m_Image = Image(std::size_t{kWidth} * kHeight);
+};
+
+class SlowestTurning : public PreparedTurning {
+public:
+    using PreparedTurning::PreparedTurning;
+
+    std::size_t Rounds(std::size_t) const override { return 100; }
+    bool CountsSlowest() const override { return true; }
+};
+
+// From the first screen to the last, without a pause.
+class WholeBook : public Turning {
+public:
+    using Turning::Turning;
+
+    void Prepare(std::size_t) override { m_pReaders->ours.GotoPosition(0); }
+    void Ours(std::size_t, Image& image) override {
+        for (std::size_t i = 0; i < m_Turns.size(); ++i)
+            Turning::Ours(i, image);
+    }
+    void Bare(std::size_t, Image& image) override {
+        for (std::size_t i = 0; i < m_Turns.size(); ++i)
+            Turning::Bare(i, image);
+    }
+    std::size_t Rounds(std::size_t) const override { return 1; }
+    std::size_t Screens() const override { return m_Turns.size(); }
 };
 
 } // namespace
@@ -129,24 +164,38 @@ std::unique_ptr<Case> NewOpening(const std::string& size, const std::string& pat
     return std::make_unique<Opening>(size, path);
 }
 
-Cases NewScreenCases(const std::string& path, std::size_t rounds) {
+std::unique_ptr<Case> NewFirstScreen(const std::string& path) {
+    return std::make_unique<FirstScreen>(path);
+}
+
+Cases NewScreenCases(const std::string& language, const std::string& path, double insideLimit,
+                     double wholeBookLimit, std::size_t jumps) {
     const auto readers = std::make_shared<Readers>(path);
-    const Turns turns = RecordTurns(readers->ours, rounds);
+    const Turns turns = RecordTurns(readers->ours, jumps);
+    const auto inside = Those(turns.forward, false);
+    const auto into = Those(turns.forward, true);
     const auto next = [](ProbeRender& render, const Turn&) { return render.GotoNextScreen(); };
     const auto previous = [](ProbeRender& render, const Turn&) { return render.GotoPrevScreen(); };
     const auto jump = [](ProbeRender& render, const Turn& turn) {
         return render.GotoPosition(turn.fraction);
     };
     Cases cases;
-    const auto add = [&](const char* name, Turning::Step step, const std::vector<Turn>& to,
-                         bool loads) {
-        cases.push_back(std::make_unique<Turning>(name, step, to, loads, readers));
+    const auto add = [&](auto made) { cases.push_back(std::move(made)); };
+    const auto turn = [&](const char* name, double limit, Step step, const std::vector<Turn>& to,
+                          bool loads) {
+        add(std::make_unique<Turning>(language + ": " + name, limit, step, to, loads, readers));
     };
-    cases.push_back(std::make_unique<FirstScreen>(path, readers));
-    add("turn inside a segment", next, turns.inside, false);
-    add("turn into the next segment", next, turns.forward, true);
-    add("turn back into the segment before", previous, turns.back, true);
-    add("jump", jump, turns.jumps, true);
+    turn("turn inside a segment", insideLimit, next, inside, false);
+    turn("turn back inside a segment", insideLimit, previous, Those(turns.back, false), false);
+    turn("turn into the next segment", kLoadLimit, next, into, true);
+    turn("turn back into the segment before", kLoadLimit, previous, Those(turns.back, true), true);
+    turn("jump", kLoadLimit, jump, turns.jumps, true);
+    add(std::make_unique<PreparedTurning>(language + ": turn into the next segment, prepared",
+                                          insideLimit, next, into, false, readers));
+    add(std::make_unique<SlowestTurning>(language + ": slowest hundredth of all turns, prepared", 0,
+                                         next, turns.forward, false, readers));
+    add(std::make_unique<WholeBook>(language + ": a screen of the whole book", wholeBookLimit, next,
+                                    turns.forward, false, readers));
     return cases;
 }
 

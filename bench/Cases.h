@@ -10,14 +10,11 @@
 
 namespace bench {
 
-// The most that the library may take of what bare Pango takes.
-constexpr double kLimit = 1.10;
-constexpr double kLoadLimit = 1.15; // where a segment is loaded
-
 // One piece of work, done by the library and done with bare Pango. Round i is the same on both
 // sides; Prepare comes before each of them and is not measured.
 class Case {
 public:
+    // `limit` is the most that the library may take of what bare Pango takes; 0: there is none.
     Case(std::string name, double limit) : m_sName(std::move(name)), m_nLimit(limit) {}
     virtual ~Case() = default;
 
@@ -28,8 +25,12 @@ public:
     virtual void Ours(std::size_t round, Image& image) = 0;
     virtual void Bare(std::size_t round, Image& image) = 0;
 
-    // The screen drawn in a round, null when none is.
-    virtual const Page* Drawn(std::size_t) const { return nullptr; }
+    // How many rounds to measure where `usual` ones would do, and the screens that each draws.
+    virtual std::size_t Rounds(std::size_t usual) const { return usual; }
+    virtual std::size_t Screens() const { return 1; }
+
+    // Whether the library's slowest hundredth counts, in place of the middle.
+    virtual bool CountsSlowest() const { return false; }
 
 private:
     std::string m_sName;
@@ -40,7 +41,12 @@ using Cases = std::vector<std::unique_ptr<Case>>;
 
 std::unique_ptr<Case> NewOpening(const std::string& size, const std::string& path);
 
-// The first screen, each kind of turn and the jump, in `rounds` different places of a book.
-Cases NewScreenCases(const std::string& path, std::size_t rounds);
+// The first screen after opening.
+std::unique_ptr<Case> NewFirstScreen(const std::string& path);
+
+// Each kind of turn and the jump, and all screens of a book one after the other. The limits are
+// those of turns that have nothing to load, and of the whole book.
+Cases NewScreenCases(const std::string& language, const std::string& path, double insideLimit,
+                     double wholeBookLimit, std::size_t jumps);
 
 } // namespace bench

@@ -49,5 +49,10 @@ int main(int argc, char** argv) {
                      families.c_str(), TEST_FONTS_CONF);
         return EXIT_FAILURE;
     }
-    return RUN_ALL_TESTS();
+    const int result = RUN_ALL_TESTS();
+    if (testing::UnitTest::GetInstance()->test_to_run_count() == 0) {
+        std::fprintf(stderr, "No test ran: the filter matches none\n");
+        return EXIT_FAILURE;
+    }
+    return result;
 }
