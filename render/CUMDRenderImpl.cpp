@@ -551,6 +551,50 @@ QVRESULT CUMDRenderImpl::DrawCurScreen(QV_IMAGE image, int x, int y) {
     return QV_S_OK;
 }
 
+QVRESULT CUMDRenderImpl::PrepareNextScreen() {
+    if (!m_bInitialized)
+        return QV_E_NOTREADY;
+    return m_pLineTable ? QV_S_OK : QV_E_FAIL;
+}
+
+QVRESULT CUMDRenderImpl::GotoReadableScreen(int block, int forward, int* passedOver) {
+    if (!m_bInitialized)
+        return QV_E_NOTREADY;
+    if (block < -1 || block >= m_nBlockCount)
+        return QV_E_INVALIDARG;
+    if (passedOver)
+        *passedOver = 0;
+    if (block == -1) {
+        if ((forward ? GotoNextScreen() : GotoPrevScreen()) == QV_S_OK)
+            return QV_S_OK;
+        int offset = 0;
+        if (!GetCurPosition(&block, &offset))
+            return QV_E_FAIL;
+        block += forward ? m_nBlocksPerSegment : -m_nBlocksPerSegment;
+    }
+    for (int tried = block; tried >= 0 && tried < m_nBlockCount; tried += forward ? 1 : -1) {
+        if (UmdSetText(tried, 0))
+            return QV_S_OK;
+        if (passedOver)
+            *passedOver += m_nBlockSize;
+    }
+    return QV_E_FAIL;
+}
+
+int CUMDRenderImpl::GetCurPosition(int* block, int* offsetInBlock) {
+    if (!m_bInitialized || !block || !offsetInBlock)
+        return 0;
+    if (m_pLineTable && GetBlockInfo(m_pLineTable[m_nCurLine].offset, block, offsetInBlock))
+        return 1;
+    *block = m_nFirstBlock;
+    *offsetInBlock = m_nStartOffset;
+    return 1;
+}
+
+int CUMDRenderImpl::GetBlockCount() {
+    return m_bInitialized ? m_nBlockCount : 0;
+}
+
 // --- the reading position -----------------------------------------------------------------------
 
 // A book whose reading data cannot be opened or created is read all the same.

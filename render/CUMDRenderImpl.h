@@ -88,6 +88,37 @@ public:
     // without a Chinese font set.
     int SetFontDescription();
 
+    // Beside the interface, for hosts that know this class.
+
+    // Loads ahead what the next GotoNextScreen would have to load, so that a host with time between
+    // two turns has the turn itself do little. Call it once the screen shown has been drawn:
+    // drawing the same screen again loads its text again. Calling it changes no answer, no place
+    // and no line of any other operation, and costs nothing when the next turn has nothing to load.
+    // QV_S_OK: the next turn is prepared or needs nothing. QV_E_FAIL: no screen has been laid out,
+    // there is none after it, or its text cannot be loaded. QV_E_NOTREADY: no book.
+    QVRESULT PrepareNextScreen();
+
+    // Shows the nearest screen that can be shown where a turn or a jump failed because some of the
+    // book cannot be converted or read. `block` is the target block of the jump, or -1 to go on
+    // from the screen shown; the direction is forward when `forward` is nonzero, else back. Text
+    // that still stands before what cannot be shown comes first, then what stands after it. A
+    // jump's screen begins with a block: the first readable one from `block` on, or the last one up
+    // to it.
+    // `*passedOver`, when given, gets how many bytes of the book's UTF-16 text were left out,
+    // always whole blocks; with QV_E_FAIL, those from there to the end (or start) of the book.
+    // QV_S_OK: a screen is shown. QV_E_FAIL: there is nothing to show in that direction; the screen
+    // stays. QV_E_NOTREADY: no book. QV_E_INVALIDARG: `block` is below -1 or past the last block;
+    // `*passedOver` is untouched.
+    QVRESULT GotoReadableScreen(int block, int forward, int* passedOver);
+
+    // Stores the book position of the first character of the screen shown, or of the place that
+    // will be shown first while nothing is loaded. UmdSetText with the same two values goes back
+    // there. 1, or 0 with the outputs untouched: no book, or a null pointer.
+    int GetCurPosition(int* block, int* offsetInBlock);
+
+    // The number of blocks of the book; 0 without a book.
+    int GetBlockCount();
+
 protected:
     void ReleaseBook();
     QVRESULT OpenBook(IQVSequentialStream* stream, ITextLayout* layout, char const* path);

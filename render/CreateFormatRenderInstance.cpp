@@ -29,6 +29,8 @@ QVRESULT CreateFormatRenderInstance(char const* path, IFormatRender** render) {
         new (std::nothrow) CFileStream(reinterpret_cast<const unsigned char*>(path), FileOpenRead);
     auto* layout = new (std::nothrow)
         CPangoLayout(kFontDescription, kWidth, kHeight, kDotsPerInch, kDotsPerInch);
+    if (layout) // else a word longer than a line runs off the page
+        layout->SetWrap(QVLayoutWrapWordChar);
     const QVRESULT result = created->Initialize(stream, layout, const_cast<char*>(path));
     if (result >= 0)
         *render = created.release();
