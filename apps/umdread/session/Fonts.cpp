@@ -18,8 +18,7 @@ std::string Match(const char* wanted) {
     FcResult result = FcResultNoMatch;
     const Pattern font(FcFontMatch(nullptr, pattern.get(), &result), FcPatternDestroy);
     FcChar8* family = nullptr;
-    if (font == nullptr ||
-        FcPatternGetString(font.get(), FC_FAMILY, 0, &family) != FcResultMatch)
+    if (font == nullptr || FcPatternGetString(font.get(), FC_FAMILY, 0, &family) != FcResultMatch)
         return "serif";
     return reinterpret_cast<const char*>(family);
 }

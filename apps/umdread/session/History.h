@@ -22,8 +22,7 @@ public:
 
 private:
     using Places = std::vector<umdhost::Place>;
-    static std::optional<umdhost::Place> Move(Places& from, Places& to,
-                                              const umdhost::Place& here);
+    static std::optional<umdhost::Place> Move(Places& from, Places& to, const umdhost::Place& here);
     Places m_back;
     Places m_forward;
 };

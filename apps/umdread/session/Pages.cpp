@@ -195,15 +195,15 @@ std::string Pages::TextAt(const Place& place, long characters) {
     const std::string text = umdhost::TextDecoder().Decode(
         reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
     std::size_t begin = std::min<std::size_t>(place.offset, text.size());
-    while (begin < text.size() && (text[begin] & 0xC0) == 0x80) // inside a character: a damaged mark
+    while (begin < text.size() &&
+           (text[begin] & 0xC0) == 0x80) // inside a character: a damaged mark
         ++begin;
     return FirstLine(text.substr(begin), characters);
 }
 
 Place Pages::ParagraphAfter(int block) {
     const std::string bytes = Bytes(block);
-    const std::size_t most =
-        std::min(bytes.size() / 2, std::size_t{blocksNearby * unitsOfABlock});
+    const std::size_t most = std::min(bytes.size() / 2, std::size_t{blocksNearby * unitsOfABlock});
     for (std::size_t unit = 0; block > 0 && unit + 1 < most; ++unit) {
         if (EndsParagraph(UnitAt(bytes, unit)) && !EndsParagraph(UnitAt(bytes, unit + 1)))
             return PlaceOfUnit(bytes, unit + 1, block);

@@ -55,7 +55,7 @@ public:
     // Adds the screen to an image that holds no ink.
     void Draw(const QvFormat::QV_IMAGE& image) { m_renderer.DrawCurScreen(image, 0, 0); }
 
-    const Place& Begin() const { return m_begin; }           // of the screen shown
+    const Place& Begin() const { return m_begin; }            // of the screen shown
     const std::optional<Place>& End() const { return m_end; } // after it; none: the book ends
     // The vertical middle of the line that holds a character of the screen shown; none elsewhere.
     std::optional<int> MiddleOfLine(const Place& place) const;

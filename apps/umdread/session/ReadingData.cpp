@@ -100,8 +100,7 @@ bool ReadMarks(CQvpFile& file, QvAnnotationType type, Marks& marks) {
     IBookAnnotation* delivered = nullptr;
     unsigned int count = 0;
     const QVRESULT result = proxy.GetAnnotationList(type, &delivered, &count);
-    const std::unique_ptr<CBookAnnotationImpl[]> list(
-        static_cast<CBookAnnotationImpl*>(delivered));
+    const std::unique_ptr<CBookAnnotationImpl[]> list(static_cast<CBookAnnotationImpl*>(delivered));
     for (unsigned int i = 0; list != nullptr && i < count; ++i)
         marks.push_back(ToMark(list[i]));
     std::stable_sort(marks.begin(), marks.end(),
@@ -118,8 +117,7 @@ bool WriteMarks(CQvpFile& file, QvAnnotationType type, const Marks& marks) {
     for (unsigned int i = 0; i < count; ++i)
         Fill(list[i], type, marks[i]);
     CBookAnnotationListProxy proxy(&file, QvpFormat::CommonFileId);
-    return proxy.SetAnnotationList(type, list.get(), count) == QV_S_OK &&
-           file.Flush() == QV_S_OK;
+    return proxy.SetAnnotationList(type, list.get(), count) == QV_S_OK && file.Flush() == QV_S_OK;
 }
 
 // What the file on the disk holds; never writes.

@@ -23,8 +23,8 @@ struct Mark {
 
 using Marks = std::vector<Mark>; // in the order of the text, one at a place
 
-// A book's reading-data file: the place, the bookmarks (its position annotations) and the notes (its
-// comment annotations).
+// A book's reading-data file: the place, the bookmarks (its position annotations) and the notes
+// (its comment annotations).
 //
 // A container of the library holds the file as it was when it was opened, and two of them overwrite
 // each other's changes. A renderer that keeps its place itself would have one open as long as the

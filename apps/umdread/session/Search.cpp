@@ -59,8 +59,7 @@ bool IsSecondHalf(char16_t unit) {
 
 Search::Search(const std::string& path, const std::string& text)
     : m_book(path), m_sNeedle(ToFoldedUnits(text)),
-      m_nUnitsLeft(static_cast<std::size_t>(std::max(m_book.DeclaredBytes(), 0)) / 2) {
-}
+      m_nUnitsLeft(static_cast<std::size_t>(std::max(m_book.DeclaredBytes(), 0)) / 2) {}
 
 bool Search::Step() {
     if (m_sNeedle.empty() || m_nChunk == m_book.ChunkCount() || m_hits.size() == mostHits)
@@ -72,7 +71,8 @@ bool Search::Step() {
     }
     m_bytes.append(reinterpret_cast<const char*>(chunk.bytes.get()), chunk.size);
     const Table& fold = FoldTable();
-    for (std::size_t unit = m_folded.size(); unit < m_bytes.size() / 2 && m_nUnitsLeft > 0; ++unit) {
+    for (std::size_t unit = m_folded.size(); unit < m_bytes.size() / 2 && m_nUnitsLeft > 0;
+         ++unit) {
         m_folded += fold[UnitAt(m_bytes, unit)];
         --m_nUnitsLeft;
     }
@@ -120,8 +120,7 @@ std::string Search::Text(std::size_t from, std::size_t to) const {
 
 // Whole blocks, and so many that a hit to come keeps its surroundings.
 void Search::DropSearched() {
-    const std::size_t blocks =
-        (m_nSearched - std::min(m_nSearched, unitsAround)) / unitsOfABlock;
+    const std::size_t blocks = (m_nSearched - std::min(m_nSearched, unitsAround)) / unitsOfABlock;
     m_bytes.erase(0, 2 * blocks * unitsOfABlock);
     m_folded.erase(0, blocks * unitsOfABlock);
     m_nSearched -= blocks * unitsOfABlock;

@@ -36,9 +36,9 @@ private:
     std::string Text(std::size_t from, std::size_t to) const;
 
     umdhost::Book m_book;
-    std::u16string m_sNeedle; // folded
-    std::string m_bytes;      // the text from block m_nFirstBlock on, as far as it is read
-    std::u16string m_folded;  // the same, folded
+    std::u16string m_sNeedle;    // folded
+    std::string m_bytes;         // the text from block m_nFirstBlock on, as far as it is read
+    std::u16string m_folded;     // the same, folded
     std::size_t m_nSearched = 0; // units of it
     std::size_t m_nUnitsLeft;    // of the declared text, not yet read
     int m_nFirstBlock = 0;

@@ -101,7 +101,8 @@ void Session::ApplySettings() {
 }
 
 void Session::Draw(unsigned char* pixels, int stride) {
-    unsigned char* const corner = pixels + static_cast<std::ptrdiff_t>(m_text.y) * stride + m_text.x;
+    unsigned char* const corner =
+        pixels + static_cast<std::ptrdiff_t>(m_text.y) * stride + m_text.x;
     m_pages.Draw({0, corner, m_text.height, m_text.width, stride});
 }
 
@@ -109,15 +110,12 @@ void Session::Draw(unsigned char* pixels, int stride) {
 
 Turn Session::TurnPage(bool forward) {
     const Turn turn = m_pages.TurnPage(forward, &m_gap);
-    if (turn == Turn::Done)
-        Moved(true);
-    return turn;
-}
-
-void Session::Moved(bool byTurn) {
+    if (turn != Turn::Done)
+        return turn;
     m_bMoved = true;
-    if (byTurn && ++m_nTurns >= turnsUnsaved)
+    if (++m_nTurns >= turnsUnsaved)
         SavePlace();
+    return turn;
 }
 
 void Session::PassGap() {
@@ -125,10 +123,17 @@ void Session::PassGap() {
         GoTo(*m_gap.next);
 }
 
-bool Session::Jump(const Place& place) {
+bool Session::Show(const Place& place) {
     if (!m_pages.Show(place))
         return false;
-    Moved(false);
+    m_bMoved = true;
+    return true;
+}
+
+bool Session::Jump(const Place& place) {
+    if (!Show(place))
+        return false;
+    SavePlace();
     return true;
 }
 
@@ -144,7 +149,9 @@ bool Session::GoTo(const Place& place) {
 
 bool Session::GoToFraction(double fraction) {
     BeginDrag();
-    return DragTo(fraction);
+    const bool shown = DragTo(fraction);
+    SavePlace();
+    return shown;
 }
 
 void Session::BeginDrag() {
@@ -155,7 +162,7 @@ void Session::BeginDrag() {
 bool Session::DragTo(double fraction) {
     const int last = m_pages.BlockCount() - 1;
     const auto block = static_cast<int>(std::clamp(fraction, 0.0, 1.0) * last);
-    return Jump(m_pages.ParagraphAfter(block));
+    return Show(m_pages.ParagraphAfter(block));
 }
 
 bool Session::GoToChapter(std::size_t index) {
@@ -169,7 +176,8 @@ bool Session::GoToEnd() {
     if (Here() == before)
         return true;
     m_history.Leave(before);
-    Moved(false);
+    m_bMoved = true;
+    SavePlace();
     return true;
 }
 
@@ -226,7 +234,8 @@ bool Session::ToggleBookmark() {
         removed = true;
         written = m_data.RemoveBookmark(mark.place) && written;
     }
-    return removed ? written : m_data.AddBookmark(Here());
+    written = removed ? written : m_data.AddBookmark(Here());
+    return Noted(written) && SavePlace();
 }
 
 const Mark* Session::NoteHere() const {
@@ -238,7 +247,13 @@ const Mark* Session::NoteHere() const {
 }
 
 bool Session::SetNote(const Place& place, const std::string& text) {
-    return text.empty() ? m_data.RemoveNote(place) : m_data.SetNote(place, text);
+    const bool written = text.empty() ? m_data.RemoveNote(place) : m_data.SetNote(place, text);
+    return Noted(written) && SavePlace();
+}
+
+bool Session::Noted(bool written) {
+    m_bSavingFailed = m_bSavingFailed || !written;
+    return written;
 }
 
 // --- search -------------------------------------------------------------------------------------
@@ -278,10 +293,9 @@ bool Session::NextHit(bool forward) {
         return false;
     if (m_hit)
         return FollowHit((*m_hit + (forward ? 1 : hits.size() - 1)) % hits.size());
-    const auto after = std::lower_bound(hits.begin(), hits.end(), Here(),
-                                        [](const Hit& hit, const Place& place) {
-                                            return hit.place < place;
-                                        });
+    const auto after =
+        std::lower_bound(hits.begin(), hits.end(), Here(),
+                         [](const Hit& hit, const Place& place) { return hit.place < place; });
     const auto index = static_cast<std::size_t>(after - hits.begin());
     return FollowHit((forward ? index : index + hits.size() - 1) % hits.size());
 }
@@ -292,10 +306,8 @@ bool Session::SavePlace() {
     if (!m_bMoved)
         return true;
     m_nTurns = 0;
-    if (!m_data.SavePlace(Here()))
-        return false;
-    m_bMoved = false;
-    return true;
+    m_bMoved = !m_data.SavePlace(Here());
+    return Noted(!m_bMoved);
 }
 
 } // namespace umdread

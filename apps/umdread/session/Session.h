@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "common/Chapters.h"
@@ -22,13 +23,15 @@ struct Box {
 
 // One book being read: all that a window's commands do, without the window. Knows no toolkit.
 //
-// The place is saved by SavePlace, when the session goes, and after every 20 turns; a place that did
-// not change since is not written, so that of two windows on a book the one read in decides.
+// The place is saved by SavePlace, after a jump, with a bookmark or note, when the session goes,
+// and after every 20 turns. One that did not change since is not written, so that of two windows on
+// a book the one read in decides.
 class Session {
 public:
     static constexpr int turnsUnsaved = 20;
 
-    // Opens the book where it was left. Throws umdhost::Failure, saying what is wrong with the file.
+    // Opens the book where it was left. Throws umdhost::Failure, saying what is wrong with the
+    // file.
     Session(const std::string& path, const Settings& settings);
     ~Session();
     Session(const Session&) = delete;
@@ -83,16 +86,16 @@ public:
     std::optional<int> LineOf(const Place& place) const; // its middle, pixels from the page's top
     std::string TextAt(const Place& place) { return m_pages.TextAt(place, 80); }
 
-    // --- bookmarks and notes; false: the reading-data file could not be written ------------------
+    // --- bookmarks and notes; false: the reading-data file could not be written -----------------
     const Marks& Bookmarks() const { return m_data.Bookmarks(); }
     const Marks& Notes() const { return m_data.Notes(); }
     bool IsBookmarked() const; // the screen shown holds one
     bool ToggleBookmark();
-    bool RemoveBookmark(const Place& place) { return m_data.RemoveBookmark(place); }
+    bool RemoveBookmark(const Place& place) { return Noted(m_data.RemoveBookmark(place)); }
     const Mark* NoteHere() const; // the first on the screen shown; null when there is none
     // An empty text removes the note.
     bool SetNote(const Place& place, const std::string& text);
-    bool RemoveNote(const Place& place) { return m_data.RemoveNote(place); }
+    bool RemoveNote(const Place& place) { return Noted(m_data.RemoveNote(place)); }
     void RefreshMarks() { m_data.Refresh(); }
 
     // --- search ---------------------------------------------------------------------------------
@@ -104,12 +107,16 @@ public:
     bool NextHit(bool forward); // around both ends; false when there is none
 
     // --- keeping the place ----------------------------------------------------------------------
-    bool CanKeepPlace() { return m_data.IsWritable(); }
+    // Says in advance whether saving will fail, as beside a book that only may be read.
+    bool CheckSaving() { return Noted(m_data.IsWritable()); }
     bool SavePlace(); // false: it could not be written
+    // Whether one of the savings since this was last asked failed.
+    bool TakeSavingFailed() { return std::exchange(m_bSavingFailed, false); }
 
 private:
     Turn TurnPage(bool forward);
-    void Moved(bool byTurn);
+    bool Noted(bool written);
+    bool Show(const Place& place);
     bool Jump(const Place& place);
     void ApplySettings();
     void OpenWhereLeft();
@@ -130,6 +137,7 @@ private:
     std::optional<std::size_t> m_hit;
     bool m_bMoved = false; // since the place was saved
     int m_nTurns = 0;      // since then
+    bool m_bSavingFailed = false;
 };
 
 } // namespace umdread

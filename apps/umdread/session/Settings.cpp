@@ -37,7 +37,8 @@ Settings LoadSettings(const std::string& folder) {
         ToEnumeration<Margins>(file.Get(type, "margins", static_cast<int>(settings.margins)));
     settings.justified = file.Get(type, "justified", settings.justified);
     settings.indent = file.Get(type, "indent", settings.indent);
-    settings.theme = ToEnumeration<Theme>(file.Get(type, "theme", static_cast<int>(settings.theme)));
+    settings.theme =
+        ToEnumeration<Theme>(file.Get(type, "theme", static_cast<int>(settings.theme)));
     settings.width = file.Get(window, "width", settings.width);
     settings.height = file.Get(window, "height", settings.height);
     settings.maximized = file.Get(window, "maximized", settings.maximized);

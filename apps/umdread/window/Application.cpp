@@ -36,8 +36,7 @@ std::string DataFolder() {
 Application::Application()
     : Gtk::Application(id, UniqueWhereThereIsABus()),
       m_sFolder(Glib::build_filename(Glib::get_user_config_dir(), "umdread")),
-      m_settings(LoadSettings(m_sFolder)), m_shelf(m_sFolder) {
-}
+      m_settings(LoadSettings(m_sFolder)), m_shelf(m_sFolder) {}
 
 Application::~Application() = default;
 
@@ -102,9 +101,8 @@ void Application::on_open(const type_vec_files& files, const Glib::ustring&) {
 }
 
 void Application::OpenBook(const std::string& path, ReaderWindow* window) {
-    const auto open = std::find_if(m_windows.begin(), m_windows.end(), [&](const auto& other) {
-        return other->BookPath() == path;
-    });
+    const auto open = std::find_if(m_windows.begin(), m_windows.end(),
+                                   [&](const auto& other) { return other->BookPath() == path; });
     if (open != m_windows.end())
         return (*open)->present();
     if (window == nullptr || !window->BookPath().empty())

@@ -14,7 +14,7 @@ namespace umdread {
 
 namespace {
 
-constexpr double corner = 26;       // of the folded corner, pixels
+constexpr double corner = 26;        // of the folded corner, pixels
 constexpr double farthestClick = 12; // a press and a release within it are a click
 
 void SetSource(const Cairo::RefPtr<Cairo::Context>& context, const Gdk::RGBA& colour,
@@ -75,8 +75,7 @@ void PageView::DrawScreen() {
     const int width = get_width() * scale;
     const int height = get_height() * scale;
     if (!m_pCoverage || m_pCoverage->get_width() != width || m_pCoverage->get_height() != height) {
-        m_pCoverage =
-            Cairo::ImageSurface::create(Cairo::Surface::Format::A8, width, height);
+        m_pCoverage = Cairo::ImageSurface::create(Cairo::Surface::Format::A8, width, height);
         cairo_surface_set_device_scale(m_pCoverage->cobj(), scale, scale);
     }
     m_pCoverage->flush();
@@ -132,7 +131,8 @@ void PageView::PaintBar(const Cairo::RefPtr<Cairo::Context>& context, const Plac
     const int scale = get_scale_factor();
     const double height = 18;
     SetSource(context, ColoursOf(m_theme).accent, opacity);
-    context->rectangle(m_pSession->TextBox().x / scale - 14, *middle / scale - height / 2, 3, height);
+    context->rectangle(m_pSession->TextBox().x / scale - 14, *middle / scale - height / 2, 3,
+                       height);
     context->fill();
 }
 

@@ -15,7 +15,7 @@ namespace umdread {
 
 namespace {
 
-constexpr std::size_t mostMarks = 200; // more would stand closer than a pixel
+constexpr std::size_t mostMarks = 200;  // more would stand closer than a pixel
 constexpr unsigned int dragPause = 600; // milliseconds that end a drag
 
 } // namespace
@@ -91,8 +91,7 @@ void PlaceBar::AskWhere() {
 void PlaceBar::Dragged(double fraction) {
     const bool first = !m_dragEnd.connected();
     m_dragEnd.disconnect();
-    m_dragEnd = Glib::signal_timeout().connect(
-        [] { return false; }, dragPause);
+    m_dragEnd = Glib::signal_timeout().connect([] { return false; }, dragPause);
     m_signalDragged.emit(fraction, first);
 }
 

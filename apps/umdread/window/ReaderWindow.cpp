@@ -66,9 +66,8 @@ void ReaderWindow::OpenBook(const std::string& path) {
     PutOnShelf();
     UpdatePlace();
     m_page.grab_focus();
-    if (!m_pSession->CanKeepPlace())
-        Notice(_("Your place, bookmarks and notes cannot be kept: the file beside the book cannot "
-                 "be written."));
+    m_pSession->CheckSaving();
+    SayWhetherSaved();
 }
 
 void ReaderWindow::CloseBook() {
@@ -102,8 +101,8 @@ void ReaderWindow::PutOnShelf() {
 void ReaderWindow::SavePlace() {
     if (m_pSession == nullptr)
         return;
-    if (!m_pSession->SavePlace())
-        Notice(_("Your place could not be written beside the book."));
+    m_pSession->SavePlace();
+    SayWhetherSaved();
     PutOnShelf();
 }
 
@@ -125,7 +124,8 @@ void ReaderWindow::Turn(bool forward) {
         return UpdatePage();
     if (turn == umdread::Turn::AtGap)
         return SayGap();
-    SayShortly(forward ? _("This is the end of the book.") : _("This is the beginning of the book."));
+    SayShortly(forward ? _("This is the end of the book.")
+                       : _("This is the beginning of the book."));
 }
 
 void ReaderWindow::SayGap() {
@@ -133,8 +133,8 @@ void ReaderWindow::SayGap() {
     if (!gap.next)
         return Notice(_("What follows here is damaged and cannot be shown."));
     const Glib::ustring characters = std::to_string(gap.bytes / 2);
-    Notice(Glib::ustring::compose(
-               _("Some %1 characters here are damaged and cannot be shown."), characters),
+    Notice(Glib::ustring::compose(_("Some %1 characters here are damaged and cannot be shown."),
+                                  characters),
            true);
 }
 
@@ -177,7 +177,8 @@ void ReaderWindow::FollowHit(const std::function<bool()>& follow) {
 // --- marks --------------------------------------------------------------------------------------
 
 void ReaderWindow::ToggleBookmark() {
-    MarksChanged(m_pSession->ToggleBookmark());
+    m_pSession->ToggleBookmark();
+    MarksChanged();
 }
 
 void ReaderWindow::WriteNote() {
@@ -186,16 +187,16 @@ void ReaderWindow::WriteNote() {
     const Glib::ustring text = note != nullptr ? Glib::ustring(note->note).make_valid() : "";
     m_pNote = std::make_unique<NoteDialog>(*this, text);
     m_pNote->SignalWritten().connect([this, place](const std::string& written) {
-        MarksChanged(m_pSession->SetNote(place, written));
+        m_pSession->SetNote(place, written);
+        MarksChanged();
     });
     m_pNote->present();
 }
 
-void ReaderWindow::MarksChanged(bool written) {
-    if (!written)
-        Notice(_("The file beside the book cannot be written: bookmarks and notes are not kept."));
+void ReaderWindow::MarksChanged() {
     m_panel.UpdateMarks();
     m_page.RefreshMarks();
+    SayWhetherSaved();
 }
 
 // --- settings -----------------------------------------------------------------------------------
@@ -238,7 +239,14 @@ void ReaderWindow::UpdatePlace() {
     m_backButton.set_sensitive(m_pSession->CanGoBack());
     m_place.Update();
     m_panel.UpdatePlace();
+    SayWhetherSaved();
     PrepareLater();
+}
+
+void ReaderWindow::SayWhetherSaved() {
+    if (m_pSession->TakeSavingFailed())
+        Notice(_("Your place, bookmarks and notes cannot be kept: the file beside the book cannot "
+                 "be written."));
 }
 
 // When nothing else is to be done, the next turn is made ready.
@@ -315,7 +323,7 @@ void ReaderWindow::Notice(const Glib::ustring& text, bool offersToGoOn) {
 void ReaderWindow::TraceFrame() {
     gdk_display_sync(get_display()->gobj());
     const bool drawn = m_page.TakeDrawn();
-    std::string line = "frame";
+    std::string line = "frame window=" + std::to_string(get_id());
     if (drawn && m_nKeyTime != 0) {
         line += " us=" + std::to_string(g_get_monotonic_time() - m_nKeyTime * gint64{1000});
         m_nKeyTime = 0;
@@ -324,15 +332,19 @@ void ReaderWindow::TraceFrame() {
         const Box& box = m_pSession->TextBox();
         double x = 0;
         double y = 0;
+        double left = 0;
+        double top = 0;
         m_page.translate_coordinates(*this, 0, 0, x, y);
+        gtk_native_get_surface_transform(GTK_NATIVE(gobj()), &left, &top); // past the shadow
+        x += left;
+        y += top;
         line += " drawn=" + std::to_string(drawn) +
                 " place=" + std::to_string(m_pSession->Here().block) + ":" +
                 std::to_string(m_pSession->Here().offset) +
                 " at=" + std::to_string(static_cast<int>(x)) + "," +
                 std::to_string(static_cast<int>(y)) + " text=" + std::to_string(box.x) + "," +
                 std::to_string(box.y) + "," + std::to_string(box.width) + "," +
-                std::to_string(box.height) +
-                " hits=" + std::to_string(m_pSession->Hits().size()) +
+                std::to_string(box.height) + " hits=" + std::to_string(m_pSession->Hits().size()) +
                 " searching=" + std::to_string(m_panel.IsSearching()) +
                 " bookmarks=" + std::to_string(m_pSession->Bookmarks().size()) +
                 " notes=" + std::to_string(m_pSession->Notes().size()) +

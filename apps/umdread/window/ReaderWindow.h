@@ -61,8 +61,12 @@ private:
     void AskWhere();
     void TogglePanel();
     void OpenSearch();
-    void NextHit() { FollowHit([this] { return m_pSession->NextHit(true); }); }
-    void PreviousHit() { FollowHit([this] { return m_pSession->NextHit(false); }); }
+    void NextHit() {
+        FollowHit([this] { return m_pSession->NextHit(true); });
+    }
+    void PreviousHit() {
+        FollowHit([this] { return m_pSession->NextHit(false); });
+    }
     void ToggleBookmark();
     void WriteNote();
     void Larger() { SetSize(+1); }
@@ -78,13 +82,14 @@ private:
     void SetSize(int step);
     void Jumped(bool shown);
     void FollowHit(const std::function<bool()>& follow);
-    void MarksChanged(bool written);
+    void MarksChanged();
     void CloseBook();
     void PutOnShelf();
 
     // What is shown.
     void UpdatePage();
     void UpdatePlace();
+    void SayWhetherSaved();
     void FitPanel();
     void SetBookControls(bool reading);
     void PrepareLater();

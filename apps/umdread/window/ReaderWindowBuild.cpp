@@ -185,10 +185,14 @@ void ReaderWindow::ListenToPanel() {
         else
             PreviousHit();
     });
-    m_panel.SignalRemoveBookmark().connect(
-        [this](const Place& place) { MarksChanged(m_pSession->RemoveBookmark(place)); });
-    m_panel.SignalRemoveNote().connect(
-        [this](const Place& place) { MarksChanged(m_pSession->RemoveNote(place)); });
+    m_panel.SignalRemoveBookmark().connect([this](const Place& place) {
+        m_pSession->RemoveBookmark(place);
+        MarksChanged();
+    });
+    m_panel.SignalRemoveNote().connect([this](const Place& place) {
+        m_pSession->RemoveNote(place);
+        MarksChanged();
+    });
     m_panel.SignalSearched().connect([this] { m_page.RefreshMarks(); });
     m_panel.SignalLeave().connect([this] {
         m_panelButton.set_active(false);
@@ -212,7 +216,7 @@ void ReaderWindow::ListenToKeys() {
 
 bool ReaderWindow::OnKey(guint key, Gdk::ModifierType state) {
     const auto commands = Gdk::ModifierType::CONTROL_MASK | Gdk::ModifierType::ALT_MASK |
-                              Gdk::ModifierType::SUPER_MASK;
+                          Gdk::ModifierType::SUPER_MASK;
     Gtk::Widget* const focus = get_focus();
     const bool writing = dynamic_cast<Gtk::Editable*>(focus) != nullptr ||
                          dynamic_cast<Gtk::TextView*>(focus) != nullptr;

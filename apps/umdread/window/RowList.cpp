@@ -20,15 +20,14 @@ Gtk::Label* MakeLabel(const char* style) {
 } // namespace
 
 RowList::RowList(const Glib::ustring& name, const Glib::ustring& empty, bool removable)
-    : m_pModel(Gtk::StringList::create({})),
-      m_pSelection(Gtk::SingleSelection::create(m_pModel)), m_empty(empty) {
+    : m_pModel(Gtk::StringList::create({})), m_pSelection(Gtk::SingleSelection::create(m_pModel)),
+      m_empty(empty) {
     m_pSelection->set_autoselect(false);
     m_pSelection->set_can_unselect(true);
     const auto factory = Gtk::SignalListItemFactory::create();
     factory->signal_setup().connect(
         [this, removable](const Glib::RefPtr<Gtk::ListItem>& item) { SetUp(item, removable); });
-    factory->signal_bind().connect(
-        [this](const Glib::RefPtr<Gtk::ListItem>& item) { Bind(item); });
+    factory->signal_bind().connect([this](const Glib::RefPtr<Gtk::ListItem>& item) { Bind(item); });
     m_view.set_model(m_pSelection);
     m_view.set_factory(factory);
     m_view.set_single_click_activate(true);

@@ -6,8 +6,8 @@
 #include <glibmm/i18n.h>
 #include <glibmm/main.h>
 #include <glibmm/markup.h>
-#include <libintl.h>
 #include <gtkmm/eventcontrollerkey.h>
+#include <libintl.h>
 
 #include "window/Messages.h"
 
@@ -209,8 +209,7 @@ void SidePanel::SayHits(bool done) {
     else if (count == Search::mostHits)
         m_count.set_text(Glib::ustring::compose(_("The first %1 hits"), number));
     else if (count > 0)
-        m_count.set_text(
-            Glib::ustring::compose(ngettext("%1 hit", "%1 hits", count), number));
+        m_count.set_text(Glib::ustring::compose(ngettext("%1 hit", "%1 hits", count), number));
     if (done && count == 0)
         m_hits.SayEmpty(_("Not found in this book."));
 }

@@ -38,8 +38,7 @@ public:
     sigc::signal<void()>& SignalSearched() { return m_signalSearched; }
 
 private:
-    void AddPage(Gtk::Widget& page, const char* name, const Glib::ustring& title,
-                 const char* icon);
+    void AddPage(Gtk::Widget& page, const char* name, const Glib::ustring& title, const char* icon);
     Gtk::Box* MakeSearchPage();
     void ListenToEntry();
     void StartSearch();

@@ -14,9 +14,8 @@ namespace {
 constexpr std::array<const char*, 3> themeStyles = {"light", "sepia", "dark"};
 
 int Chosen(const std::array<Gtk::ToggleButton, 3>& choice) {
-    const auto active = std::find_if(choice.begin(), choice.end(), [](const Gtk::ToggleButton& b) {
-        return b.get_active();
-    });
+    const auto active = std::find_if(choice.begin(), choice.end(),
+                                     [](const Gtk::ToggleButton& b) { return b.get_active(); });
     return static_cast<int>(active - choice.begin()) % 3;
 }
 
@@ -107,7 +106,8 @@ void TypePopover::Show(const Settings& settings) {
     m_bShowing = true;
     m_settings = settings;
     FillFamilies();
-    const auto family = std::find(m_families.begin(), m_families.end(), Glib::ustring(settings.family));
+    const auto family =
+        std::find(m_families.begin(), m_families.end(), Glib::ustring(settings.family));
     const auto index = static_cast<guint>(family - m_families.begin()) + 1;
     m_family.set_selected(family != m_families.end() ? index : 0);
     m_themes.at(static_cast<std::size_t>(settings.theme)).set_active(true);
