@@ -11,6 +11,7 @@
 
 #include "base/CUtility.h"
 #include "base/Handles.h"
+#include "layout/LayoutRegistry.h"
 #include "layout/PageCutter.h"
 #include "layout/PangoLineInfo.h"
 
@@ -149,6 +150,7 @@ void GObjectReleaser::operator()(void* object) const {
 CPangoLayout::CPangoLayout(const char* fontDescription, unsigned int width, unsigned int height,
                            unsigned int dpiX, unsigned int dpiY)
     : m_nLayoutWidth(width), m_nLayoutHeight(height) {
+    RegisterLayout(this);
     if (!fontDescription || !width || !height || !dpiX || !dpiY)
         return;
     m_pFontMap.reset(pango_ft2_font_map_new());
@@ -160,7 +162,9 @@ CPangoLayout::CPangoLayout(const char* fontDescription, unsigned int width, unsi
     pango_layout_set_width(m_pLayout.get(), ToPangoUnits(width));
 }
 
-CPangoLayout::~CPangoLayout() = default;
+CPangoLayout::~CPangoLayout() {
+    UnregisterLayout(this);
+}
 
 // --- properties ---------------------------------------------------------------------------------
 

@@ -1,21 +1,24 @@
 #include "render/CUMDRenderImpl.h"
 
 #include <algorithm>
-#include <array>
 #include <climits>
 #include <cstring>
 #include <new>
 #include <optional>
+#include <utility>
 
-#include "IBookInfoProxy.h"
-#include "base/CUtility.h"
 #include "base/Handles.h"
-#include "base/LittleEndian.h"
 #include "layout/CPangoLayout.h"
+#include "layout/LayoutRegistry.h"
 #include "layout/PageCutter.h"
-#include "readingdata/CBookAnnotationImpl.h"
 #include "readingdata/CBookInfoManager.h"
+#include "render/BookPosition.h"
+#include "render/BookText.h"
 #include "render/CUmdCustomizer.h"
+#include "render/ReadingPosition.h"
+#include "render/ScreenLines.h"
+#include "render/SegmentText.h"
+#include "render/ShownBook.h"
 
 namespace QvFormat {
 
@@ -23,32 +26,9 @@ namespace {
 
 const char kFontDescription[] = "fzlth 18";
 constexpr int kDefaultFontSize = 18;
-constexpr int kUtf16UnitBytes = 2;
 
-// The id of the book's own records in its reading-data file.
-constexpr unsigned int kFileId = 0xFFFFFFFF;
-
-// The bytes of UTF-8 that one byte of UTF-16 can become are 1.5; room is offered for 2, and what is
-// left of 3 stays zero behind the text.
-constexpr int kUtf8Room = 2;
-constexpr int kUtf8Allocated = 3;
-
-bool EndsParagraph(const unsigned char* text, int length) {
-    if (length >= 3 && std::memcmp(text + length - 3, "\xe2\x80\xa9", 3) == 0)
-        return true;
-    return length >= 1 && (text[length - 1] == '\n' || text[length - 1] == '\r');
-}
-
-// An offset that is not in the text comes from a damaged record and counts as its start.
-int CharacterStart(const unsigned char* text, int length, int offset) {
-    if (offset < 0 || offset >= length)
-        return 0;
-    while (offset > 0 && (text[offset] & 0xC0) == 0x80)
-        --offset;
-    return offset;
-}
-
-// Takes the lines of one screen; none when the layout cannot say its size or spacing.
+// Takes the lines of one screen; none when the layout cannot say its size or spacing. It is asked
+// once in a turn, so that a turn counts with one size.
 std::optional<PageCutter> EmptyScreen(ITextLayout* layout) {
     unsigned int width = 0;
     unsigned int height = 0;
@@ -205,9 +185,15 @@ QVRESULT CUMDRenderImpl::OpenBook(IQVSequentialStream* stream, ITextLayout* layo
     m_pLayout.reset(layout);
     if (!m_pBlockOffsets)
         return QV_E_OUTOFMEMORY;
-    OpenReadingData(path);
-    RestorePosition();
-    m_pUmdHandler.reset(new (std::nothrow) CUMDHandler(stream));
+    // A book whose reading data cannot be opened or created is read all the same.
+    IBookInfoEntity* entity = nullptr;
+    CBookInfoManager::GetBookInfoEntity(path, &entity, 1);
+    m_pBookInfoEntity.reset(entity);
+    BookPosition place = {0, 0};
+    RestoreReadingPosition(entity, &place);
+    m_nFirstBlock = place.block; // the first drawing shows whether the book has this place
+    m_nStartOffset = place.offset;
+    m_pUmdHandler.reset(new (std::nothrow) ShownBook(stream));
     if (!m_pUmdHandler)
         return QV_E_FAIL;
     ownedStream.release(); // now the handler's
@@ -242,110 +228,83 @@ int CUMDRenderImpl::CreatUmdNodeIndexList() {
 
 // --- from chunks to laid-out text ---------------------------------------------------------------
 
-// A start on the border of two chunks gives the earlier one, of which nothing is then taken.
-int CUMDRenderImpl::FindChunk(int contentOffset) const {
-    const int* ends = m_pChunkOffsets.get() + 1;
-    const int* last = ends + m_pUmdHandler->GetChunkCount() - 1;
-    return static_cast<int>(std::lower_bound(ends, last, contentOffset) - ends);
-}
-
-bool CUMDRenderImpl::ReadContent(int contentOffset, int length, unsigned char* bytes) const {
-    if (!m_pUmdHandler || !m_pUmdHandler->GetChunkCount())
-        return false;
-    int chunk = FindChunk(contentOffset);
-    int skip = contentOffset - m_pChunkOffsets[chunk];
-    while (length > 0) {
-        int size = 0;
-        const MallocPtr<unsigned char> text(m_pUmdHandler->GetChunkContent(chunk++, &size));
-        if (!text || skip > size)
-            return false;
-        const int count = std::min(length, size - skip);
-        std::memcpy(bytes, text.get() + skip, static_cast<std::size_t>(count));
-        bytes += count;
-        length -= count;
-        skip = 0;
-    }
-    return true;
+BookText CUMDRenderImpl::Text() const {
+    return BookText(
+        m_pUmdHandler.get(), m_pChunkOffsets.get(),
+        {m_nContentLength, m_nBlockSize, m_nSegmentBytes, m_nBlocksPerSegment, m_nBlockCount});
 }
 
 unsigned char* CUMDRenderImpl::GetBlockContent(int block, int* length) {
     if (!length || block < 0 || block >= m_nBlockCount)
         return nullptr;
-    const int start = block * m_nBlockSize;
-    *length =
-        m_nBlockCount - block > m_nBlocksPerSegment ? m_nSegmentBytes : m_nContentLength - start;
+    BookText text = Text();
+    *length = text.SegmentBytes(block);
     MallocPtr<unsigned char> content(
         static_cast<unsigned char*>(std::calloc(static_cast<std::size_t>(*length) + 4, 1)));
-    if (!content || !ReadContent(start, *length, content.get()))
+    if (!content || text.Read(block * m_nBlockSize, *length, content.get()) < *length)
         return nullptr;
     return content.release();
 }
 
-// The offsets are kept aside until all blocks are converted, so that a segment that fails leaves
-// those of the segment shown.
 unsigned char* CUMDRenderImpl::UnicodeToUtf8(unsigned char const* content, int length) {
     if (!content || length <= 0 || length > m_nSegmentBytes || !m_pBlockOffsets)
         return nullptr;
-    MallocPtr<unsigned char> text(
-        static_cast<unsigned char*>(std::calloc(static_cast<std::size_t>(length), kUtf8Allocated)));
-    if (!text)
+    SegmentText segment = ConvertBlocks(content, length, m_nBlockSize);
+    if (segment.blocks * m_nBlockSize < length)
         return nullptr;
-    const int blocks = (length + m_nBlockSize - 1) / m_nBlockSize;
-    std::array<int, 81> offsets{};
-    for (int i = 0; i < blocks; ++i) {
-        const int start = i * m_nBlockSize;
-        const int size = std::min(m_nBlockSize, length - start);
-        const int room = kUtf8Room * length - offsets[i];
-        unsigned long written = 0;
-        if (CUtility::ConvertEncoding(
-                CharsetUTF8, CharsetUTF16LE, reinterpret_cast<const char*>(content + start),
-                static_cast<unsigned int>(size), reinterpret_cast<char*>(text.get() + offsets[i]),
-                static_cast<unsigned int>(room), &written, 1, 0) != QV_S_OK)
-            return nullptr;
-        offsets[i + 1] = offsets[i] + static_cast<int>(written);
-    }
-    std::copy_n(offsets.begin(), blocks + 1, m_pBlockOffsets.get());
-    m_nSegmentBlocks = blocks;
-    return text.release();
+    std::copy_n(segment.offsets.begin(), segment.blocks + 1, m_pBlockOffsets.get());
+    m_nSegmentBlocks = segment.blocks;
+    return segment.text.release();
+}
+
+std::unique_ptr<SegmentText>& CUMDRenderImpl::Ahead() const {
+    return static_cast<ShownBook*>(m_pUmdHandler.get())->m_pAhead;
+}
+
+// Whether the text goes on with a paragraph is beyond ITextLayout, whose slots are fixed; another
+// layout takes every text for a paragraph.
+void CUMDRenderImpl::GiveToLayout(const SegmentText& segment) {
+    Ahead().reset();
+    m_pLayout->SetText(reinterpret_cast<const char*>(segment.text.get()) + segment.start,
+                       segment.Length() - segment.start);
+    if (CPangoLayout* pango = FindPangoLayout(m_pLayout.get()))
+        pango->SetTextContinues(segment.StartsInsideParagraph());
+}
+
+bool CUMDRenderImpl::Load(const SegmentText& segment) {
+    if (segment.blocks < 1)
+        return false;
+    GiveToLayout(segment);
+    return TakeOver(segment);
+}
+
+// Makes the segment that the layout holds the loaded one.
+bool CUMDRenderImpl::TakeOver(const SegmentText& segment) {
+    std::copy_n(segment.offsets.begin(), segment.blocks + 1, m_pBlockOffsets.get());
+    m_nSegmentBlocks = segment.blocks;
+    m_nFirstBlock = segment.first;
+    m_nStartOffset = segment.start;
+    QVLayoutLineInfo* table = nullptr;
+    unsigned int lines = 0;
+    const int answered = m_pLayout->GetLineTable(&table, &lines);
+    m_pLineTable.reset(table);
+    if (!answered || lines < 1 || lines > INT_MAX)
+        m_pLineTable.reset();
+    m_nLineCount = m_pLineTable ? static_cast<int>(lines) : -1;
+    m_nCurLine = m_pLineTable ? 0 : -1;
+    return m_nCurLine == 0;
 }
 
 int CUMDRenderImpl::UmdSetText(int block, int offset) {
-    int contentLength = 0;
-    MallocPtr<unsigned char> content(GetBlockContent(block, &contentLength));
-    const MallocPtr<unsigned char> text(UnicodeToUtf8(content.get(), contentLength));
-    content.reset();
-    if (!text)
+    if (block < 0 || block >= m_nBlockCount)
         return 0;
-    const int length = m_pBlockOffsets[m_nSegmentBlocks];
-    offset = CharacterStart(text.get(), length, offset);
-    m_pLayout->SetText(reinterpret_cast<const char*>(text.get()) + offset, length - offset);
-    // Beyond ITextLayout, whose slots are fixed; another layout takes every text for a paragraph.
-    if (auto* pango = dynamic_cast<CPangoLayout*>(m_pLayout.get()))
-        pango->SetTextContinues(BeginsInsideParagraph(block, text.get(), offset));
-    m_nFirstBlock = block;
-    m_nStartOffset = offset;
-    m_pLineTable.reset();
-    m_nLineCount = -1;
-    m_nCurLine = -1;
-    QVLayoutLineInfo* table = nullptr;
-    unsigned int lines = 0;
-    if (!m_pLayout->GetLineTable(&table, &lines))
-        return 0;
-    m_pLineTable.reset(table);
-    m_nLineCount = static_cast<int>(lines);
-    m_nCurLine = 0;
-    return 1;
+    return Load(Text().ReadSegment({block, offset})) ? 1 : 0;
 }
 
-// At a segment's first byte, the last character of the block before it tells.
-bool CUMDRenderImpl::BeginsInsideParagraph(int block, const unsigned char* text, int offset) const {
-    if (offset > 0)
-        return !EndsParagraph(text, offset);
-    unsigned char unit[kUtf16UnitBytes];
-    if (block == 0 || !ReadContent(block * m_nBlockSize - kUtf16UnitBytes, kUtf16UnitBytes, unit))
-        return false;
-    const std::uint16_t character = LoadLE16(unit);
-    return character != 0x2029 && character != '\n' && character != '\r';
+// Where the segment that begins with the place's block cannot be loaded, what of it stands before
+// the first block that cannot.
+bool CUMDRenderImpl::LoadReadable(const BookPosition& place) {
+    return Load(Text().ReadBlocks(place, m_nBlocksPerSegment));
 }
 
 int CUMDRenderImpl::GetBlockInfo(int layoutOffset, int* block, int* offsetInBlock) {
@@ -363,175 +322,166 @@ int CUMDRenderImpl::GetBlockInfo(int layoutOffset, int* block, int* offsetInBloc
 
 // --- lines and screens --------------------------------------------------------------------------
 
+ScreenLines CUMDRenderImpl::Lines() const {
+    return ScreenLines(m_pLineTable.get(), m_nLineCount);
+}
+
 int CUMDRenderImpl::GetNextPageLineNum(int line) {
-    std::optional<PageCutter> screen = EmptyScreen(m_pLayout.get());
-    if (!screen)
-        return -1;
-    int end = std::max(line, 0);
-    while (end < m_nLineCount && !screen->BreaksBefore(m_pLineTable[end].height))
-        ++end;
-    return end - std::max(line, 0);
+    const std::optional<PageCutter> screen = EmptyScreen(m_pLayout.get());
+    return screen ? Lines().CountFrom(line, *screen) : -1;
 }
 
 int CUMDRenderImpl::GetPrevPageLineNum(int line) {
     if (line <= 0)
         return 0;
-    std::optional<PageCutter> screen = EmptyScreen(m_pLayout.get());
-    if (!screen)
-        return -1;
-    line = std::min(line, m_nLineCount);
-    int first = line;
-    while (first > 0 && !screen->BreaksBefore(m_pLineTable[first - 1].height))
-        --first;
-    const bool textBeforeFits = first == 0 && !BeginsAtBookStart() && line > 0 &&
-                                !screen->BreaksBefore(m_pLineTable[0].height);
-    return textBeforeFits ? 0 : line - first;
+    const std::optional<PageCutter> screen = EmptyScreen(m_pLayout.get());
+    return screen ? Lines().CountBefore(line, *screen, !BeginsAtBookStart()) : -1;
 }
 
 int CUMDRenderImpl::GetLineNumByOffset(int layoutOffset) {
-    if (m_nLineCount < 1)
-        return m_nLineCount - 1;
-    const QVLayoutLineInfo* lines = m_pLineTable.get();
-    const auto* found = std::lower_bound(
-        lines, lines + m_nLineCount, layoutOffset,
-        [](const QVLayoutLineInfo& line, int offset) { return line.offset < offset; });
-    return static_cast<int>(std::min<std::ptrdiff_t>(found - lines, m_nLineCount - 1));
+    return m_nLineCount < 1 ? m_nLineCount - 1 : Lines().LineAt(layoutOffset);
 }
 
+// What stays is the place shown: the layout text will begin with it.
 void CUMDRenderImpl::MarkLinesOutdated() {
+    if (!m_pLineTable)
+        return;
+    const std::int64_t start = std::int64_t{m_nStartOffset} + m_pLineTable[m_nCurLine].offset;
+    m_nStartOffset = static_cast<int>(std::clamp<std::int64_t>(start, 0, INT_MAX));
+    m_pLineTable.reset();
     m_nLineCount = -1;
+    m_nCurLine = 0;
 }
 
-bool CUMDRenderImpl::HasCurrentLines() {
-    return m_pLineTable && (m_nLineCount >= 0 || LayOutAnew());
+BookPosition CUMDRenderImpl::PlaceShown() {
+    BookPosition place = {m_nFirstBlock, m_nStartOffset};
+    GetBlockInfo(m_pLineTable ? m_pLineTable[m_nCurLine].offset : 0, &place.block, &place.offset);
+    return place;
 }
 
-// From the first character of the screen shown, which so stays. Where the segment that begins there
-// cannot be loaded, what is left of the loaded one can.
-bool CUMDRenderImpl::LayOutAnew() {
-    const int shown = m_pLineTable[m_nCurLine].offset;
-    const int offsetInSegment = m_nStartOffset + shown;
-    int block = 0;
-    int offset = 0;
-    if (GetBlockInfo(shown, &block, &offset) && UmdSetText(block, offset))
-        return true;
-    return m_pLineTable && UmdSetText(m_nFirstBlock, offsetInSegment);
-}
-
-// Lines that hold text: the layout adds an empty one behind a last paragraph separator.
+// Lines that hold text: the layout adds an empty one after a last paragraph separator.
 int CUMDRenderImpl::TextLineCount() const {
     const int last = m_nLineCount - 1;
     const int textEnd = m_pBlockOffsets[m_nSegmentBlocks] - m_nStartOffset;
     return last > 0 && m_pLineTable[last].offset >= textEnd ? last : m_nLineCount;
 }
 
-// The line behind the screen that begins at `line`; a line taller than the screen is one of its
-// own.
-int CUMDRenderImpl::NextScreenLine(int line) {
-    const int count = GetNextPageLineNum(line);
-    return count < 0 ? -1 : line + std::max(count, 1);
-}
-
-bool CUMDRenderImpl::IsTallerThanScreen(int line) {
-    return GetNextPageLineNum(line) == 0;
-}
-
-bool CUMDRenderImpl::IsLastSegment() const {
-    return m_nBlockCount - m_nFirstBlock <= m_nBlocksPerSegment;
-}
-
 bool CUMDRenderImpl::BeginsAtBookStart() const {
     return m_nFirstBlock <= 0 && m_nStartOffset <= 0;
 }
 
-bool CUMDRenderImpl::ShowsWholeText() {
-    return m_nCurLine == 0 && GetNextPageLineNum(0) >= TextLineCount();
-}
-
 // --- paging and drawing -------------------------------------------------------------------------
+
+// Stores the line that the next screen begins with, or -1 and the place that a segment is to be
+// loaded from. That is done one screen early, when the next screen reaches the end of the text.
+// False when the layout does not answer.
+bool CUMDRenderImpl::FindNextScreen(int* line, BookPosition* place) {
+    const std::optional<PageCutter> screen = EmptyScreen(m_pLayout.get());
+    if (!screen)
+        return false;
+    const ScreenLines lines = Lines();
+    const int count = TextLineCount();
+    const int next = lines.NextScreen(m_nCurLine, *screen);
+    const bool isLastSegment = m_nBlockCount - m_nFirstBlock <= m_nBlocksPerSegment;
+    *line = next < count && (isLastSegment || lines.NextScreen(next, *screen) < count) ? next : -1;
+    *place = {m_nFirstBlock + m_nSegmentBlocks, 0};
+    return next >= count || GetBlockInfo(m_pLineTable[next].offset, &place->block, &place->offset);
+}
 
 QVRESULT CUMDRenderImpl::GotoNextScreen() {
     if (!m_bInitialized)
         return QV_E_NOTREADY;
-    if (!HasCurrentLines())
+    if (!m_pLineTable && (m_nCurLine < 0 || !LoadReadable(PlaceShown())))
         return QV_E_FAIL;
-    const int next = NextScreenLine(m_nCurLine);
-    if (next < 0)
+    int line = 0;
+    BookPosition place = {};
+    if (!FindNextScreen(&line, &place))
         return QV_E_FAIL;
-    const bool nextHasText = next < TextLineCount();
-    if (IsLastSegment()) {
-        if (!nextHasText)
-            return QV_E_FAIL;
-        m_nCurLine = next;
+    if (line >= 0) {
+        m_nCurLine = line;
         return QV_S_OK;
     }
-    const int following = nextHasText ? NextScreenLine(next) : next;
-    if (following < 0)
-        return QV_E_FAIL;
-    if (following >= TextLineCount())
-        return LoadFromLine(next);
-    m_nCurLine = next;
-    return QV_S_OK;
+    if (!IsAhead(place))
+        return UmdSetText(place.block, place.offset) ? QV_S_OK : QV_E_FAIL;
+    const std::unique_ptr<SegmentText> segment = std::move(Ahead());
+    return TakeOver(*segment) ? QV_S_OK : QV_E_FAIL;
 }
 
-// Loads the segment whose layout text begins with a line of this one, or with the first character
-// behind this segment when the line is past its text.
-QVRESULT CUMDRenderImpl::LoadFromLine(int line) {
-    int block = m_nFirstBlock + m_nSegmentBlocks;
-    int offset = 0;
-    if (line < TextLineCount() && !GetBlockInfo(m_pLineTable[line].offset, &block, &offset))
+bool CUMDRenderImpl::IsAhead(const BookPosition& place) const {
+    const SegmentText* ahead = Ahead().get();
+    return ahead && ahead->first == place.block && ahead->start == place.offset;
+}
+
+QVRESULT CUMDRenderImpl::PrepareNextScreen() {
+    if (!m_bInitialized)
+        return QV_E_NOTREADY;
+    if (!m_pLineTable) // outdated lines are laid out anew first, when they are drawn
+        return m_nCurLine < 0 ? QV_E_FAIL : QV_S_OK;
+    int line = 0;
+    BookPosition place = {};
+    if (!FindNextScreen(&line, &place))
         return QV_E_FAIL;
-    return UmdSetText(block, offset) ? QV_S_OK : QV_E_FAIL;
+    if (line >= 0 || IsAhead(place))
+        return QV_S_OK;
+    std::unique_ptr<SegmentText> segment(new (std::nothrow) SegmentText(Text().ReadSegment(place)));
+    if (!segment || segment->blocks < 1)
+        return QV_E_FAIL;
+    GiveToLayout(*segment);
+    segment->text.reset();
+    Ahead() = std::move(segment);
+    unsigned int lines = 0;
+    m_pLayout->GetLineCount(&lines); // lays the text out
+    return QV_S_OK;
 }
 
 QVRESULT CUMDRenderImpl::GotoPrevScreen() {
     if (!m_bInitialized)
         return QV_E_NOTREADY;
-    if (!m_pLineTable)
+    if (m_nCurLine < 0 || (m_nCurLine == 0 && BeginsAtBookStart()))
         return QV_E_FAIL;
-    if (BeginsAtBookStart() && m_nCurLine <= 0)
+    const std::optional<PageCutter> screen = EmptyScreen(m_pLayout.get());
+    if (!screen)
         return QV_E_FAIL;
-    if (m_nLineCount < 0)
-        return LoadSegmentBefore();
-    const int lines = GetPrevPageLineNum(m_nCurLine);
-    if (lines < 0)
-        return QV_E_FAIL;
-    if (lines == 0 && (m_nCurLine == 0 || !IsTallerThanScreen(m_nCurLine - 1)))
-        return LoadSegmentBefore();
-    m_nCurLine -= std::max(lines, 1);
+    const int lines = Lines().StepBack(m_nCurLine, *screen, !BeginsAtBookStart());
+    if (lines == 0)
+        return LoadScreenBefore(*screen);
+    m_nCurLine -= lines;
     return QV_S_OK;
 }
 
-// Loads the segment that ends with the block the screen shown begins in, finds that place in it and
-// steps back from there. When the screen holds all the text there is and begins with its block, the
-// segment ends before that block: nothing of it is on the screen before.
-QVRESULT CUMDRenderImpl::LoadSegmentBefore() {
-    int block = 0;
-    int offset = 0;
-    if (!GetBlockInfo(m_pLineTable[m_nCurLine].offset, &block, &offset))
-        return QV_E_FAIL;
-    const bool endsBefore = offset == 0 && block > 0 && m_nLineCount >= 0 && ShowsWholeText();
-    const int last = endsBefore ? block - 1 : block;
-    const int first = last >= m_nBlocksPerSegment ? last - m_nBlocksPerSegment + 1 : 0;
-    if (!UmdSetText(first, 0))
-        return QV_E_FAIL;
-    const int place = m_pBlockOffsets[block - first] + offset;
-    const int line = GetLineNumByOffset(place);
-    m_nCurLine = m_pLineTable[line].offset < place ? TextLineCount() : line;
-    const int lines = GetPrevPageLineNum(m_nCurLine);
-    if (lines > 0)
-        return GotoPrevScreen();
-    if (lines == 0 && m_nCurLine > 0)
-        return StepBackInSegment();
-    m_nCurLine = line;
+// Loads the segment that ends with the block the screen shown begins in. When that screen holds all
+// the text there is and begins with its block, the segment ends before that block: nothing of it is
+// on the screen before. A segment without text before the place leads on to the one before it.
+QVRESULT CUMDRenderImpl::LoadScreenBefore(const PageCutter& screen) {
+    const BookPosition place = PlaceShown();
+    const bool endsBefore = place.offset == 0 && m_pLineTable && m_nCurLine == 0 &&
+                            Lines().CountFrom(0, screen) >= TextLineCount();
+    BookText text = Text();
+    for (int end = endsBefore ? place.block : place.block + 1; end > 0;) {
+        const int first = std::max(end - m_nBlocksPerSegment, 0);
+        const SegmentText segment = text.ReadSegment({first, 0});
+        if (segment.blocks < 1)
+            return QV_E_FAIL;
+        if (segment.OffsetOf(place) > 0)
+            return ShowScreenBefore(place, segment, screen);
+        end = first;
+    }
     return QV_E_FAIL;
 }
 
-// What is left when no whole screen lies before the line: a line taller than the screen, or, on a
-// screen that holds more than a segment, all the lines there are.
-QVRESULT CUMDRenderImpl::StepBackInSegment() {
-    m_nCurLine = IsTallerThanScreen(m_nCurLine - 1) ? m_nCurLine - 1 : 0;
-    return QV_S_OK;
+// Loads the segment and shows the screen that ends before the place. The line that holds it ends
+// the screen, unless it begins with it. A screen that holds more than a segment shows all the
+// lines.
+QVRESULT CUMDRenderImpl::ShowScreenBefore(const BookPosition& place, const SegmentText& segment,
+                                          const PageCutter& screen) {
+    if (!Load(segment))
+        return QV_E_FAIL;
+    const int offset = segment.OffsetOf(place);
+    const int line = Lines().LineAt(offset);
+    const int end = m_pLineTable[line].offset < offset ? TextLineCount() : line;
+    const int lines = Lines().StepBack(end, screen, !BeginsAtBookStart());
+    m_nCurLine = lines > 0 ? end - lines : 0;
+    return end > 0 ? QV_S_OK : QV_E_FAIL;
 }
 
 QVRESULT CUMDRenderImpl::GotoPosition(float fraction) {
@@ -542,52 +492,64 @@ QVRESULT CUMDRenderImpl::GotoPosition(float fraction) {
 }
 
 QVRESULT CUMDRenderImpl::DrawCurScreen(QV_IMAGE image, int x, int y) {
-    if (!m_bInitialized)
+    if (!m_bInitialized || (!m_pLineTable && !LoadReadable(PlaceShown())))
         return QV_S_OK;
-    if (!m_pLineTable)
-        UmdSetText(m_nFirstBlock, m_nStartOffset);
-    if (HasCurrentLines())
-        m_pLayout->DrawPageFromLineNo(static_cast<unsigned int>(m_nCurLine), image, x, y);
+    if (Ahead()) { // the layout holds the next segment's text
+        const SegmentText segment =
+            Text().ReadBlocks({m_nFirstBlock, m_nStartOffset}, m_nSegmentBlocks);
+        if (segment.blocks < m_nSegmentBlocks)
+            return QV_S_OK;
+        GiveToLayout(segment);
+    }
+    m_pLayout->DrawPageFromLineNo(static_cast<unsigned int>(m_nCurLine), image, x, y);
     return QV_S_OK;
 }
 
-QVRESULT CUMDRenderImpl::PrepareNextScreen() {
-    if (!m_bInitialized)
-        return QV_E_NOTREADY;
-    return m_pLineTable ? QV_S_OK : QV_E_FAIL;
-}
+// --- past what cannot be read -------------------------------------------------------------------
 
 QVRESULT CUMDRenderImpl::GotoReadableScreen(int block, int forward, int* passedOver) {
     if (!m_bInitialized)
         return QV_E_NOTREADY;
     if (block < -1 || block >= m_nBlockCount)
         return QV_E_INVALIDARG;
-    if (passedOver)
-        *passedOver = 0;
-    if (block == -1) {
-        if ((forward ? GotoNextScreen() : GotoPrevScreen()) == QV_S_OK)
-            return QV_S_OK;
-        int offset = 0;
-        if (!GetCurPosition(&block, &offset))
-            return QV_E_FAIL;
-        block += forward ? m_nBlocksPerSegment : -m_nBlocksPerSegment;
-    }
-    for (int tried = block; tried >= 0 && tried < m_nBlockCount; tried += forward ? 1 : -1) {
-        if (UmdSetText(tried, 0))
-            return QV_S_OK;
-        if (passedOver)
-            *passedOver += m_nBlockSize;
-    }
-    return QV_E_FAIL;
+    int passed = 0;
+    if (!passedOver)
+        passedOver = &passed;
+    *passedOver = 0;
+    if (block >= 0)
+        return JumpToReadable({block, 0}, forward ? 1 : -1, passedOver);
+    if ((forward ? GotoNextScreen() : GotoPrevScreen()) == QV_S_OK)
+        return QV_S_OK;
+    BookPosition place = PlaceShown();
+    if (!forward && m_nCurLine >= 0)
+        return StepBackToReadable(place, passedOver);
+    int line = 0;
+    if (forward && m_pLineTable && !FindNextScreen(&line, &place))
+        return QV_E_FAIL;
+    return JumpToReadable(place, forward ? 1 : -1, passedOver);
+}
+
+QVRESULT CUMDRenderImpl::JumpToReadable(const BookPosition& place, int step, int* passedOver) {
+    const int block = Text().FindReadableBlock(place.block, step, passedOver);
+    return LoadReadable({block, block == place.block ? place.offset : 0}) ? QV_S_OK : QV_E_FAIL;
+}
+
+QVRESULT CUMDRenderImpl::StepBackToReadable(const BookPosition& place, int* passedOver) {
+    const std::optional<PageCutter> screen = EmptyScreen(m_pLayout.get());
+    if (!screen)
+        return QV_E_FAIL;
+    BookText text = Text();
+    const int nearest = place.offset > 0 ? place.block : place.block - 1;
+    const int last = text.FindReadableBlock(nearest, -1, passedOver);
+    return ShowScreenBefore(place, text.ReadBlocksUpTo(last), *screen);
 }
 
 int CUMDRenderImpl::GetCurPosition(int* block, int* offsetInBlock) {
     if (!m_bInitialized || !block || !offsetInBlock)
         return 0;
-    if (m_pLineTable && GetBlockInfo(m_pLineTable[m_nCurLine].offset, block, offsetInBlock))
-        return 1;
-    *block = m_nFirstBlock;
-    *offsetInBlock = m_nStartOffset;
+    const BookPosition place = PlaceShown();
+    *block = place.block;
+    *offsetInBlock = place.offset;
     return 1;
 }
 
@@ -595,52 +557,12 @@ int CUMDRenderImpl::GetBlockCount() {
     return m_bInitialized ? m_nBlockCount : 0;
 }
 
-// --- the reading position -----------------------------------------------------------------------
-
-// A book whose reading data cannot be opened or created is read all the same.
-void CUMDRenderImpl::OpenReadingData(char const* path) {
-    IBookInfoEntity* entity = nullptr;
-    CBookInfoManager::GetBookInfoEntity(path, &entity, 1);
-    m_pBookInfoEntity.reset(entity);
-}
-
-std::unique_ptr<IBookInfoProxy> CUMDRenderImpl::BookInfo() const {
-    IBookInfoProxy* proxy = nullptr;
-    if (m_pBookInfoEntity)
-        m_pBookInfoEntity->GetInfoProxy(&proxy, kFileId);
-    return std::unique_ptr<IBookInfoProxy>(proxy);
-}
-
-// The first drawing loads the segment at this place; whether the book has it shows there.
-void CUMDRenderImpl::RestorePosition() {
-    const std::unique_ptr<IBookInfoProxy> info = BookInfo();
-    if (!info)
-        return;
-    IBookAnnotation* delivered = nullptr;
-    info->GetReadingBookmark(&delivered);
-    const std::unique_ptr<IBookAnnotation> bookmark(delivered);
-    if (!bookmark)
-        return;
-    unsigned int value = 0;
-    if (bookmark->GetBlockIndex(&value) == QV_S_OK)
-        m_nFirstBlock = static_cast<int>(value);
-    if (bookmark->GetOffset(&value) == QV_S_OK)
-        m_nStartOffset = static_cast<int>(value);
-}
-
 void CUMDRenderImpl::WirteQvp() {
-    const std::unique_ptr<IBookInfoProxy> info = BookInfo();
-    if (!info || !m_pLineTable)
+    if (m_nCurLine < 0)
         return;
-    int block = 0;
-    int offset = 0;
-    GetBlockInfo(m_pLineTable[m_nCurLine].offset, &block, &offset);
-    CBookAnnotationImpl bookmark(QvAnnotationPosition);
-    if (bookmark.SetBlockIndex(static_cast<unsigned int>(block)) != QV_S_OK ||
-        bookmark.SetOffset(static_cast<unsigned int>(offset)) != QV_S_OK)
-        return;
-    if (info->SetReadingBookmark(&bookmark) == QV_S_OK)
-        m_pBookInfoEntity->Flush();
+    BookPosition place = {0, 0};
+    GetBlockInfo(m_pLineTable ? m_pLineTable[m_nCurLine].offset : 0, &place.block, &place.offset);
+    SaveReadingPosition(m_pBookInfoEntity.get(), place);
 }
 
 } // namespace QvFormat

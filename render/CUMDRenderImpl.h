@@ -10,14 +10,24 @@
 
 namespace QvFormat {
 
-class IBookInfoProxy;
+class BookText;
+class PageCutter;
+class ScreenLines;
+struct BookPosition;
+struct SegmentText;
 
-// The renderer of one UMD book.
+// The renderer of one UMD book. It is used by one thread at a time; IFormatRender says what else
+// that takes. It owns the stream and the layout it was given, and all that it makes of the book.
 //
 // The book's text is UTF-16LE content, counted in blocks of 128 bytes. One segment of at most 80
 // blocks is loaded at a time: converted to UTF-8 block by block (the segment text) and given to the
 // layout from m_nStartOffset on (the layout text). A book position is a block index and a byte
 // offset in that block's own UTF-8; it names the same character whichever segment is loaded.
+//
+// A host that makes the layout itself may go on using its setters: font description, spacing, wrap
+// and so on. The lines of the screen shown are then outdated; SetScreenRes, with the same size as
+// before or another, says so: the next drawing or turn lays the text out anew from the first
+// character of the screen shown.
 class UMDFORMAT_API CUMDRenderImpl : public IFormatRender {
 public:
     CUMDRenderImpl();
@@ -44,7 +54,7 @@ public:
     QVRESULT Initialize(IQVSequentialStream* stream, ITextLayout* layout, char* path);
 
     // Learns where each chunk's text begins by inflating every chunk once. 1, or 0 on failure.
-    int CreatUmdNodeIndexList();
+    int CreatUmdNodeIndexList(); // the spelling is part of the binary interface
 
     // The UTF-16LE bytes of the segment that begins at `block`, followed by 4 zero bytes; their
     // number is stored in `*length`. The caller releases them with free. Null: no such block, no
@@ -52,8 +62,9 @@ public:
     unsigned char* GetBlockContent(int block, int* length);
 
     // The segment text of `length` bytes of UTF-16LE, 1 to 10240, followed by zero bytes; fills the
-    // block offsets. Invalid sequences are left out. The caller releases it with free. Null, with
-    // the block offsets as they were: bad arguments, no memory, a character cut at a block's end.
+    // block offsets. Invalid sequences, and an odd byte at the end, are left out. The caller
+    // releases it with free. Null, with the block offsets as they were: bad arguments, no memory, a
+    // character cut at a block's end.
     unsigned char* UnicodeToUtf8(unsigned char const* content, int length);
 
     // Loads the segment that begins at `block` and lays its text out from UTF-8 byte `offset` on;
@@ -76,7 +87,7 @@ public:
 
     // Writes the position of the screen shown into the book's reading-data file; nothing when no
     // screen has been laid out. Called by the destructor and by Initialize, never by paging.
-    void WirteQvp();
+    void WirteQvp(); // the spelling is part of the binary interface
 
     // Font settings, see ITextCustomizer; null and empty names are ignored. Names and size are
     // stored, the layout only learns the indent.
@@ -88,31 +99,32 @@ public:
     // without a Chinese font set.
     int SetFontDescription();
 
-    // Beside the interface, for hosts that know this class.
+    // The operations below stand beside the interface, for hosts that know this class.
 
-    // Loads ahead what the next GotoNextScreen would have to load, so that a host with time between
-    // two turns has the turn itself do little. Call it once the screen shown has been drawn:
-    // drawing the same screen again loads its text again. Calling it changes no answer, no place
-    // and no line of any other operation, and costs nothing when the next turn has nothing to load.
+    // Does now what the next GotoNextScreen would have to load, for hosts with time between two
+    // turns: the layout is given the next segment, and that turn only takes it over. Call it after
+    // the screen shown has been drawn, because drawing that screen once more loads its text again.
+    // No other operation answers, shows or saves anything else for it. When the next turn has
+    // nothing to load, it costs nothing.
     // QV_S_OK: the next turn is prepared or needs nothing. QV_E_FAIL: no screen has been laid out,
-    // there is none after it, or its text cannot be loaded. QV_E_NOTREADY: no book.
+    // none follows, or its text cannot be loaded. QV_E_NOTREADY: no book.
     QVRESULT PrepareNextScreen();
 
-    // Shows the nearest screen that can be shown where a turn or a jump failed because some of the
-    // book cannot be converted or read. `block` is the target block of the jump, or -1 to go on
-    // from the screen shown; the direction is forward when `forward` is nonzero, else back. Text
-    // that still stands before what cannot be shown comes first, then what stands after it. A
-    // jump's screen begins with a block: the first readable one from `block` on, or the last one up
-    // to it.
-    // `*passedOver`, when given, gets how many bytes of the book's UTF-16 text were left out,
-    // always whole blocks; with QV_E_FAIL, those from there to the end (or start) of the book.
-    // QV_S_OK: a screen is shown. QV_E_FAIL: there is nothing to show in that direction; the screen
-    // stays. QV_E_NOTREADY: no book. QV_E_INVALIDARG: `block` is below -1 or past the last block;
-    // `*passedOver` is untouched.
+    // Shows the nearest screen that can be shown, for use after a turn or a jump that failed
+    // because a part of the book cannot be converted or read. `block` is the target block of the
+    // jump, or -1 to go on from the screen shown; a nonzero `forward` means towards the end, 0
+    // towards the start. Going on shows first what still stands before the unreadable part, then
+    // what stands after it. A jump shows the first block with readable text from `block` on, or the
+    // last one up to it.
+    // `*passedOver`, which may be null, gets the bytes of the book's UTF-16 text that were left
+    // out, in whole blocks; with QV_E_FAIL, all those from there to the end or the start of the
+    // book. QV_S_OK: a screen is shown, without anything left out when `*passedOver` is 0.
+    // QV_E_FAIL: there is nothing to show in that direction; the screen stays.
+    // QV_E_NOTREADY: no book. QV_E_INVALIDARG: no such block. Both leave `*passedOver` alone.
     QVRESULT GotoReadableScreen(int block, int forward, int* passedOver);
 
     // Stores the book position of the first character of the screen shown, or of the place that
-    // will be shown first while nothing is loaded. UmdSetText with the same two values goes back
+    // will be shown first while nothing has been laid out. UmdSetText(block, offsetInBlock) goes
     // there. 1, or 0 with the outputs untouched: no book, or a null pointer.
     int GetCurPosition(int* block, int* offsetInBlock);
 
@@ -120,37 +132,34 @@ public:
     int GetBlockCount();
 
 protected:
-    void ReleaseBook();
-    QVRESULT OpenBook(IQVSequentialStream* stream, ITextLayout* layout, char const* path);
-    void OpenReadingData(char const* path);
-    std::unique_ptr<IBookInfoProxy> BookInfo() const;
-    void RestorePosition();
-    void SetFontName(std::unique_ptr<char[]>& field, char const* name);
-    int FirstLineIndent() const;
-
-    int FindChunk(int contentOffset) const;
-    bool ReadContent(int contentOffset, int length, unsigned char* bytes) const;
-    bool BeginsInsideParagraph(int block, const unsigned char* text, int offset) const;
-
-    // A table with m_nLineCount -1 is outdated: the layout has changed since, its line breaks no
-    // longer hold, but it still tells where the screen shown begins.
-    void MarkLinesOutdated();
-    bool HasCurrentLines();
-    bool LayOutAnew();
-
-    int TextLineCount() const;
-    int NextScreenLine(int line);
-    bool IsTallerThanScreen(int line);
-    bool IsLastSegment() const;
-    bool BeginsAtBookStart() const;
-    bool ShowsWholeText();
-    QVRESULT LoadFromLine(int line);
-    QVRESULT LoadSegmentBefore();
-    QVRESULT StepBackInSegment();
+    UMDFORMAT_HIDDEN void ReleaseBook();
+    UMDFORMAT_HIDDEN QVRESULT OpenBook(IQVSequentialStream* stream, ITextLayout* layout,
+                                       char const* path);
+    UMDFORMAT_HIDDEN void SetFontName(std::unique_ptr<char[]>& field, char const* name);
+    UMDFORMAT_HIDDEN int FirstLineIndent() const;
+    UMDFORMAT_HIDDEN BookText Text() const;
+    UMDFORMAT_HIDDEN std::unique_ptr<SegmentText>& Ahead() const; // null: nothing is loaded ahead
+    UMDFORMAT_HIDDEN bool IsAhead(const BookPosition& place) const;
+    UMDFORMAT_HIDDEN void GiveToLayout(const SegmentText& segment);
+    UMDFORMAT_HIDDEN bool TakeOver(const SegmentText& segment);
+    UMDFORMAT_HIDDEN bool Load(const SegmentText& segment);
+    UMDFORMAT_HIDDEN bool LoadReadable(const BookPosition& place);
+    UMDFORMAT_HIDDEN void MarkLinesOutdated();
+    UMDFORMAT_HIDDEN ScreenLines Lines() const;
+    UMDFORMAT_HIDDEN int TextLineCount() const;
+    UMDFORMAT_HIDDEN bool BeginsAtBookStart() const;
+    UMDFORMAT_HIDDEN BookPosition PlaceShown();
+    UMDFORMAT_HIDDEN bool FindNextScreen(int* line, BookPosition* place);
+    UMDFORMAT_HIDDEN QVRESULT LoadScreenBefore(const PageCutter& screen);
+    UMDFORMAT_HIDDEN QVRESULT ShowScreenBefore(const BookPosition& place,
+                                               const SegmentText& segment,
+                                               const PageCutter& screen);
+    UMDFORMAT_HIDDEN QVRESULT JumpToReadable(const BookPosition& place, int step, int* passedOver);
+    UMDFORMAT_HIDDEN QVRESULT StepBackToReadable(const BookPosition& place, int* passedOver);
 
     std::unique_ptr<IBookInfoEntity> m_pBookInfoEntity;
     std::unique_ptr<ITextLayout> m_pLayout;
-    std::unique_ptr<CUMDHandler> m_pUmdHandler;
+    std::unique_ptr<CUMDHandler> m_pUmdHandler; // a ShownBook
     std::unique_ptr<char[]> m_pChineseFont;
     std::unique_ptr<char[]> m_pEnglishFont;
     unsigned int m_nFontSize = 0;
@@ -164,8 +173,10 @@ protected:
     int m_nSegmentBlocks = 0; // blocks in the loaded segment
     std::unique_ptr<int[]> m_pChunkOffsets; // content offset of each chunk, and of the end
     std::unique_ptr<int[]> m_pBlockOffsets; // segment-text offset of each block, and of the end
-    int m_nLineCount = -1;
-    int m_nCurLine = -1; // first line of the screen shown
+    int m_nLineCount = -1;                  // -1 without a line table
+    int m_nCurLine = -1; // first line of the screen shown; -1 when none has been laid out
+    // Null while the lines of the screen shown are outdated, which the layout text then begins
+    // with.
     std::unique_ptr<QVLayoutLineInfo[]> m_pLineTable;
     int m_nContentLength = 0; // bytes
     int m_nBlockCount = 0;

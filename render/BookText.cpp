@@ -1,0 +1,96 @@
+#include "render/BookText.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "umd/CUMDHandler.h"
+
+namespace QvFormat {
+
+BookText::BookText(CUMDHandler* handler, const int* chunkOffsets, const BookSizes& sizes)
+    : m_pHandler(handler), m_pChunkOffsets(chunkOffsets), m_nChunkCount(handler->GetChunkCount()),
+      m_sizes(sizes) {}
+
+int BookText::Read(int offset, int length, unsigned char* bytes) {
+    const int* ends = m_pChunkOffsets + 1;
+    int done = 0;
+    while (done < length) {
+        const int at = offset + done;
+        const auto chunk =
+            static_cast<int>(std::upper_bound(ends, ends + m_nChunkCount, at) - ends);
+        if (chunk == m_nChunkCount || !Inflate(chunk))
+            break;
+        const int skip = at - m_pChunkOffsets[chunk];
+        if (skip >= m_nChunkSize)
+            break;
+        const int count = std::min(length - done, m_nChunkSize - skip);
+        std::memcpy(bytes + done, m_pChunk.get() + skip, static_cast<std::size_t>(count));
+        done += count;
+    }
+    return done;
+}
+
+bool BookText::Inflate(int chunk) {
+    if (chunk != m_nChunk) {
+        m_pChunk.reset(); // before the next one takes its memory
+        m_pChunk.reset(m_pHandler->GetChunkContent(chunk, &m_nChunkSize));
+        m_nChunk = chunk;
+    }
+    return m_pChunk != nullptr;
+}
+
+int BookText::SegmentBytes(int block) const {
+    return m_sizes.blockCount - block > m_sizes.blocksPerSegment
+               ? m_sizes.segment
+               : m_sizes.content - block * m_sizes.block;
+}
+
+SegmentText BookText::ReadBlocks(const BookPosition& place, int count) {
+    if (place.block < 0 || place.block >= m_sizes.blockCount)
+        return {};
+    const int start = place.block * m_sizes.block;
+    const int length = std::min(
+        {count * m_sizes.block, m_sizes.content - start, m_pChunkOffsets[m_nChunkCount] - start});
+    MallocPtr<unsigned char> content(
+        length > 0 ? static_cast<unsigned char*>(std::malloc(static_cast<std::size_t>(length)))
+                   : nullptr);
+    if (!content)
+        return {};
+    unsigned char before[kUtf16UnitBytes]; // read first: its chunk is then inflated once
+    const bool hasBefore = place.block > 0 && Read(start - kUtf16UnitBytes, kUtf16UnitBytes,
+                                                   before) == kUtf16UnitBytes;
+    int read = Read(start, length, content.get());
+    if (start + read < m_sizes.content)
+        read -= read % m_sizes.block;
+    SegmentText segment = ConvertBlocks(content.get(), read, m_sizes.block);
+    segment.first = place.block;
+    segment.continues = hasBefore && !IsParagraphSeparator(before);
+    segment.StartAt(place.offset);
+    return segment;
+}
+
+SegmentText BookText::ReadSegment(const BookPosition& place) {
+    SegmentText segment = ReadBlocks(place, m_sizes.blocksPerSegment);
+    const int whole = std::min(m_sizes.blockCount - place.block, m_sizes.blocksPerSegment);
+    return segment.blocks < whole ? SegmentText() : std::move(segment);
+}
+
+SegmentText BookText::ReadBlocksUpTo(int last) {
+    int first = last + 1;
+    while (last - first + 1 < m_sizes.blocksPerSegment && ReadBlocks({first - 1, 0}, 1).blocks > 0)
+        --first;
+    return ReadBlocks({first, 0}, last - first + 1);
+}
+
+int BookText::FindReadableBlock(int block, int step, int* passedOver) {
+    for (; block >= 0 && block < m_sizes.blockCount; block += step) {
+        const SegmentText found = ReadBlocks({block, 0}, 1);
+        if (found.Length() > 0)
+            return block;
+        if (found.blocks == 0)
+            *passedOver += std::min(m_sizes.block, m_sizes.content - block * m_sizes.block);
+    }
+    return -1;
+}
+
+} // namespace QvFormat

@@ -1,0 +1,66 @@
+#include "render/SegmentText.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "base/CUtility.h"
+#include "base/LittleEndian.h"
+
+namespace QvFormat {
+
+namespace {
+
+// The bytes of UTF-8 that one byte of UTF-16 can become are 1.5; room is offered for 2, and what is
+// left of 3 stays zero after the text.
+constexpr int kUtf8Room = 2;
+constexpr int kUtf8Allocated = 3;
+
+} // namespace
+
+int SegmentText::OffsetOf(const BookPosition& place) const {
+    const int index = place.block - first;
+    return index <= blocks ? offsets[static_cast<std::size_t>(index)] + place.offset : Length();
+}
+
+// An offset that is not in the text comes from a damaged record and counts as its start.
+void SegmentText::StartAt(int offset) {
+    start = offset < 0 || offset >= Length() ? 0 : offset;
+    while (start > 0 && (text.get()[start] & 0xC0) == 0x80)
+        --start;
+}
+
+bool SegmentText::StartsInsideParagraph() const {
+    if (start == 0)
+        return continues;
+    const unsigned char* end = text.get() + start;
+    const bool separated = end[-1] == '\n' || end[-1] == '\r' ||
+                           (start >= 3 && std::memcmp(end - 3, "\xe2\x80\xa9", 3) == 0);
+    return !separated;
+}
+
+SegmentText ConvertBlocks(const unsigned char* content, int length, int blockSize) {
+    SegmentText segment;
+    segment.text.reset(
+        static_cast<unsigned char*>(std::calloc(static_cast<std::size_t>(length), kUtf8Allocated)));
+    for (int at = 0; segment.text && at < length; at += blockSize) {
+        const int size = std::min(blockSize, length - at) / kUtf16UnitBytes * kUtf16UnitBytes;
+        const int end = segment.Length();
+        unsigned long written = 0;
+        if (CUtility::ConvertEncoding(
+                CharsetUTF8, CharsetUTF16LE, reinterpret_cast<const char*>(content + at),
+                static_cast<unsigned int>(size), reinterpret_cast<char*>(segment.text.get() + end),
+                static_cast<unsigned int>(kUtf8Room * length - end), &written, 1, 0) != QV_S_OK)
+            break;
+        segment.offsets[static_cast<std::size_t>(++segment.blocks)] =
+            end + static_cast<int>(written);
+    }
+    return segment;
+}
+
+bool IsParagraphSeparator(const unsigned char* unit) {
+    const std::uint16_t character = LoadLE16(unit);
+    return character == 0x2029 || character == '\n' || character == '\r';
+}
+
+} // namespace QvFormat
