@@ -5,7 +5,6 @@ set(public_class_headers
     base/CMemoryStream.h
     base/CUtility.h
     base/Handles.h
-    base/LittleEndian.h
     layout/CPangoLayout.h
     layout/CTextFont.h
     readingdata/CBookAnnotationHelper.h
@@ -18,8 +17,6 @@ set(public_class_headers
     readingdata/CBookPathTableProxyImpl.h
     readingdata/CBookTagProxyImpl.h
     readingdata/CQvpFile.h
-    readingdata/QvpFormat.h
-    readingdata/QvpRecordScan.h
     readingdata/Qvp_Node.h
     render/CUMDRenderImpl.h
     render/CUmdCustomizer.h

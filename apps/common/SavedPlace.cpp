@@ -8,7 +8,6 @@
 #include "readingdata/CBookAnnotationImpl.h"
 #include "readingdata/CBookInfoManager.h"
 #include "readingdata/CQvpFile.h"
-#include "readingdata/QvpFormat.h"
 
 namespace umdhost {
 
@@ -16,10 +15,12 @@ using namespace QvFormat;
 
 namespace {
 
-// The renderer keeps its place under the id that is common to all books.
+// The file id under which the renderer keeps its place.
+constexpr unsigned int commonFileId = 0xFFFFFFFF;
+
 std::unique_ptr<IBookInfoProxy> BookInfoOf(IBookInfoEntity& entity) {
     IBookInfoProxy* proxy = nullptr;
-    entity.GetInfoProxy(&proxy, QvpFormat::CommonFileId);
+    entity.GetInfoProxy(&proxy, commonFileId);
     return std::unique_ptr<IBookInfoProxy>(proxy);
 }
 

@@ -1,145 +1,18 @@
 #include "ReadingDataCommand.h"
 
-#include <algorithm>
 #include <cstdlib>
-#include <tuple>
-#include <vector>
+#include <set>
 
 #include "Output.h"
+#include "QvpNodeType.h"
 #include "ReadingDataFile.h"
-#include "ReadingDataPrinter.h"
-#include "common/Failure.h"
+#include "RecordDecoder.h"
 
 namespace umdview {
-
-using namespace umdhost;
 
 using namespace QvFormat;
 
 namespace {
-
-constexpr QvpNodeType bookLists[] = {QvpNodeBookInfo,         QvpNodeIndexList,
-                                     QvpNodeTagList,          QvpNodePositionAnnotations,
-                                     QvpNodeRangeAnnotations, QvpNodeCommentAnnotations};
-
-using Records = std::vector<QvpRecord>;
-using RecordIterator = Records::const_iterator;
-
-// What is wrong with the file. A file of nothing but damage need not be told all of it.
-class Damage {
-public:
-    void Add(const std::string& what) {
-        if (++m_nCount <= mostTold)
-            m_told.push_back(what);
-    }
-    void Add(const QvpRecord& record, const std::string& what) {
-        Add("record at offset " + std::to_string(record.nOffset) + ", " + NameOf(record.nType) +
-            ": " + what);
-    }
-
-    std::vector<std::string> Told() const {
-        std::vector<std::string> told = m_told;
-        if (m_nCount > mostTold)
-            told.push_back(std::to_string(m_nCount - mostTold) + " more places");
-        return told;
-    }
-
-private:
-    static constexpr long mostTold = 100;
-
-    long m_nCount = 0;
-    std::vector<std::string> m_told;
-};
-
-// The records that lists are made of.
-bool IsListed(const QvpRecord& record) {
-    return record.bWhole && record.nLength > 0 && record.nType > QvpNodeFree &&
-           record.nType <= QvpNodeCommentAnnotations;
-}
-
-void Count(const QvpRecord& record, std::uint32_t missing, RecordTotals* totals) {
-    if (record.nType != QvpNodeFree) {
-        ++totals->live;
-        return;
-    }
-    ++totals->free;
-    totals->deadBytes += static_cast<long>(record.nLength - missing);
-}
-
-// Prints the table of records and returns those of lists, in the file's order.
-Records PrintRecords(ReadingDataFile& file, ReadingDataPrinter& printer, Damage& damage) {
-    Records listed;
-    RecordTotals totals;
-    QvpRecord record = {};
-    while (file.Next(&record)) {
-        const std::uint32_t missing = BytesMissing(file, record);
-        printer.Record(file, record);
-        Count(record, missing, &totals);
-        if (IsListed(record))
-            listed.push_back(record);
-        if (!record.bWhole)
-            damage.Add(record, "it is cut off; " + std::to_string(missing) + " of its " +
-                                   std::to_string(record.nLength) + " bytes are missing");
-    }
-    if (file.BytesLeft() > 0)
-        damage.Add(std::to_string(file.BytesLeft()) + " bytes at the end are no record");
-    printer.EndRecords(totals);
-    return listed;
-}
-
-// Path tables first, whatever their ids; then book by book, the id that all books share first.
-auto ListOrder(const QvpRecord& record) {
-    const bool ofBook = record.nType != QvpNodePathTable;
-    return std::make_tuple(ofBook, ofBook ? record.nId + 1u : 0u, record.nType, record.nOffset);
-}
-
-// Prints the records of one list. Of book information the library uses the first one only.
-void PrintList(ReadingDataFile& file, RecordIterator first, RecordIterator last,
-               ReadingDataPrinter& printer, Damage& damage) {
-    printer.BeginList(static_cast<QvpNodeType>(first->nType));
-    const auto sink = [&printer](const Json& entry) { printer.Entry(entry); };
-    for (auto record = first; record != last; ++record) {
-        const bool unused = record->nType == QvpNodeBookInfo && record != first;
-        const std::string wrong = unused ? "another one of this file id comes before it"
-                                         : DecodeRecord(file, *record, sink);
-        if (!wrong.empty())
-            damage.Add(*record, wrong);
-    }
-    printer.EndList();
-}
-
-// Prints the list of a type that the records begin with, if they do; returns those behind it.
-RecordIterator PrintListOf(QvpNodeType type, ReadingDataFile& file, RecordIterator first,
-                           RecordIterator end, ReadingDataPrinter& printer, Damage& damage) {
-    const auto last = std::find_if(first, end, [&](const QvpRecord& record) {
-        return record.nType != type || (type != QvpNodePathTable && record.nId != first->nId);
-    });
-    if (first == last)
-        printer.NoList(type);
-    else
-        PrintList(file, first, last, printer, damage);
-    return last;
-}
-
-void PrintLists(ReadingDataFile& file, Records records, ReadingDataPrinter& printer,
-                Damage& damage) {
-    std::sort(records.begin(), records.end(),
-              [](const QvpRecord& a, const QvpRecord& b) { return ListOrder(a) < ListOrder(b); });
-    RecordIterator next =
-        PrintListOf(QvpNodePathTable, file, records.cbegin(), records.cend(), printer, damage);
-    printer.BeginBooks();
-    while (next != records.cend()) {
-        const unsigned int id = next->nId;
-        const auto end = std::find_if(next, records.cend(),
-                                      [id](const QvpRecord& record) { return record.nId != id; });
-        printer.BeginBook(id);
-        for (const QvpNodeType type : bookLists)
-            next = PrintListOf(type, file, next, end, printer, damage);
-        printer.EndBook();
-    }
-}
-
-} // namespace
 
 const char* NameOf(int type) {
     constexpr const char* names[] = {"free",     "book information", "path table", "index list",
@@ -147,26 +20,136 @@ const char* NameOf(int type) {
     return type <= QvpNodeCommentAnnotations ? names[type] : "unknown";
 }
 
-std::uint32_t BytesMissing(const ReadingDataFile& file, const QvpRecord& record) {
-    if (record.bWhole)
-        return 0;
-    const long present = file.Size() - record.nOffset - QvpFormat::RecordHeaderSize;
-    return record.nLength - static_cast<std::uint32_t>(present);
+// Builds the document; what is damaged is told at its end, and where it is met.
+class Document {
+public:
+    explicit Document(const ReadingDataFile& file) {
+        m_json = {{"file", file.path},
+                  {"version", file.bytes[3]},
+                  {"revision", file.bytes[4]},
+                  {"size", file.bytes.size()},
+                  {"records", Json::array()}};
+        for (const Record& record : file.records)
+            Add(file, record);
+        if (file.bytesLeft > 0)
+            m_damage.push_back(std::to_string(file.bytesLeft) + " bytes at the end are no record");
+        m_json["liveRecords"] = m_nLive;
+        m_json["freeRecords"] = file.records.size() - m_nLive;
+        m_json["deadBytes"] = m_nDeadBytes; // without the headers of free records
+        m_json["damage"] = m_damage;
+    }
+
+    const Json& Root() const { return m_json; }
+    const Json& Damage() const { return m_damage; }
+
+private:
+    void Add(const ReadingDataFile& file, const Record& record) {
+        Json json = {{"offset", record.offset},
+                     {"type", record.type},
+                     {"name", NameOf(record.type)},
+                     {"id", record.id},
+                     {"length", record.length}};
+        if (record.type == QvpNodeFree)
+            m_nDeadBytes += record.length - record.missing;
+        else
+            ++m_nLive;
+        if (const std::string wrong = AddContent(json, file, record); !wrong.empty())
+            m_damage.push_back("record at offset " + std::to_string(record.offset) + ", " +
+                               NameOf(record.type) + ": " + wrong);
+        m_json["records"].push_back(std::move(json));
+    }
+
+    // Returns what is wrong with the record.
+    std::string AddContent(Json& json, const ReadingDataFile& file, const Record& record) {
+        if (record.missing > 0)
+            return "it is cut off; " + std::to_string(record.missing) + " of its " +
+                   std::to_string(record.length) + " bytes are missing";
+        if (record.type == QvpNodeFree)
+            return "";
+        std::string wrong;
+        Json content = DecodeRecord(file, record, &wrong);
+        if (!content.is_null())
+            json["content"] = std::move(content);
+        // Of book information the library uses the first record only.
+        if (record.type == QvpNodeBookInfo && !m_idsWithInfo.insert(record.id).second)
+            return "another one of this file id comes before it";
+        return wrong;
+    }
+
+    Json m_json;
+    Json m_damage = Json::array();
+    std::size_t m_nLive = 0;
+    std::uint64_t m_nDeadBytes = 0;
+    std::set<std::uint32_t> m_idsWithInfo;
+};
+
+// --- for people: a line for what is simple, deeper lines for what it holds ----------------------
+
+std::string Dump(const Json& json, int indent = -1) {
+    return json.dump(indent, ' ', false, Json::error_handler_t::replace);
 }
 
+bool IsSimple(const Json& json) {
+    return !json.is_structured();
+}
+
+// Strings stand in quotes, with escapes, so that their ends can be seen.
+std::string Simple(const Json& json) {
+    return json.is_null() ? "-" : ForTerminal(Dump(json));
+}
+
+void WriteMembers(const Json& object, const std::string& indent);
+
+// The elements that are simple on one line; each other one begins with a line of what is simple.
+void WriteElements(const Json& array, const std::string& indent) {
+    std::string line;
+    for (const Json& element : array) {
+        if (IsSimple(element)) {
+            line += (line.empty() ? indent : ", ") + Simple(element);
+            continue;
+        }
+        std::string first;
+        Json rest = Json::object();
+        for (const auto& [key, value] : element.items()) {
+            if (IsSimple(value))
+                first += (first.empty() ? "" : ", ") + key + " " + Simple(value);
+            else
+                rest[key] = value;
+        }
+        WriteOut(indent + first + "\n");
+        WriteMembers(rest, indent + "  ");
+    }
+    if (!line.empty())
+        WriteOut(line + "\n");
+}
+
+void WriteMembers(const Json& object, const std::string& indent) {
+    for (const auto& [key, value] : object.items()) {
+        if (IsSimple(value) || value.empty()) {
+            WriteOut(indent + key + ": " + (value.empty() ? "-" : Simple(value)) + "\n");
+            continue;
+        }
+        WriteOut(indent + key + ":\n");
+        if (value.is_array())
+            WriteElements(value, indent + "  ");
+        else
+            WriteMembers(value, indent + "  ");
+    }
+}
+
+} // namespace
+
 int RunReadingData(const std::string& path, bool json) {
-    ReadingDataFile file(path);
-    const auto printer = json ? NewJsonPrinter() : NewTextPrinter();
-    Damage damage;
-    printer->Begin(file);
-    Records records = PrintRecords(file, *printer, damage);
-    PrintLists(file, std::move(records), *printer, damage);
-    const std::vector<std::string> told = damage.Told();
-    printer->End(told);
+    const ReadingDataFile file = ReadReadingData(path);
+    const Document document(file);
+    if (json)
+        WriteOut(Dump(document.Root(), 2) + "\n");
+    else
+        WriteMembers(document.Root(), "");
     FlushOut();
-    for (const std::string& what : told)
-        Report(file.Path(), "damaged: " + what);
-    return told.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
+    for (const std::string damage : document.Damage())
+        Report(file.path, "damaged: " + damage);
+    return document.Damage().empty() ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 } // namespace umdview

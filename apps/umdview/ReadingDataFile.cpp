@@ -2,36 +2,36 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstring>
 #include <filesystem>
-#include <new>
+#include <string_view>
 
+#include "base/CFileStream.h"
 #include "common/Book.h"
 #include "common/Failure.h"
 #include "common/SavedPlace.h"
 
 namespace umdview {
 
-using namespace umdhost;
-
 using namespace QvFormat;
+using namespace umdhost;
 
 namespace {
 
-const unsigned char* StreamPath(const std::string& path) {
-    return reinterpret_cast<const unsigned char*>(path.c_str());
-}
+constexpr std::string_view magic = "QVP";
 
 bool IsFile(const std::string& path) {
     std::error_code error;
     return std::filesystem::is_regular_file(path, error);
 }
 
+CFileStream OpenStream(const std::string& path) {
+    return CFileStream(reinterpret_cast<const unsigned char*>(path.c_str()), FileOpenRead);
+}
+
 bool BeginsLikeReadingData(const std::string& path) {
-    unsigned char magic[QvpFormat::MagicSize] = {};
-    CFileStream stream(StreamPath(path), FileOpenRead);
-    stream.Read(magic, sizeof(magic), nullptr);
-    return std::memcmp(magic, QvpFormat::NewHeader, sizeof(magic)) == 0;
+    char begin[magic.size()] = {};
+    OpenStream(path).Read(reinterpret_cast<unsigned char*>(begin), sizeof(begin), nullptr);
+    return std::string_view(begin, sizeof(begin)) == magic;
 }
 
 // The file itself, or the one beside the book of that name.
@@ -45,55 +45,55 @@ std::string Find(const std::string& path) {
     throw Failure(path, "not a reading-data file, and there is no " + beside);
 }
 
-} // namespace
-
-ReadingDataFile::ReadingDataFile(const std::string& path)
-    : m_sPath(Find(path)), m_stream(StreamPath(m_sPath), FileOpenRead) {
-    CheckFile(m_sPath);
-    if (!BeginsLikeReadingData(m_sPath))
-        throw Failure(m_sPath, "not a reading-data file");
-    m_stream.GetLength(&m_nSize);
-    if (m_nSize < QvpFormat::HeaderSize)
-        throw Failure(m_sPath, "damaged: its header is cut off");
-    m_scan = QvpRecordScan(m_nSize);
-    ReadAt(0, m_header, sizeof(m_header));
-}
-
-bool ReadingDataFile::Next(QvpRecord* record) {
-    unsigned char header[QvpFormat::RecordHeaderSize];
-    if (m_bTorn || m_nSize - m_scan.Position() < QvpFormat::RecordHeaderSize)
-        return false;
-    ReadAt(m_scan.Position(), header, sizeof(header));
-    m_scan.Take(header, record);
-    m_bTorn = !record->bWhole;
-    return true;
-}
-
-long ReadingDataFile::ExtractSize(const QvpRecord& record) {
-    constexpr long around = QvpFormat::HeaderSize + QvpFormat::RecordHeaderSize;
-    return record.nLength > static_cast<unsigned long>(INT_MAX - around)
-               ? 0
-               : around + static_cast<long>(record.nLength);
-}
-
-ReadingDataFile::Bytes ReadingDataFile::Extract(const QvpRecord& record) {
-    const long size = ExtractSize(record);
-    if (size == 0)
-        return nullptr;
-    Bytes bytes(static_cast<unsigned char*>(::operator new(static_cast<std::size_t>(size))));
-    std::copy(std::begin(m_header), std::end(m_header), bytes.get());
-    ReadAt(record.nOffset, bytes.get() + QvpFormat::HeaderSize, size - QvpFormat::HeaderSize);
+std::vector<unsigned char> ReadAll(const std::string& path) {
+    CFileStream stream = OpenStream(path);
+    long size = 0;
+    stream.GetLength(&size);
+    if (size < headerBytes)
+        throw Failure(path, "damaged: its header is cut off");
+    if (size > INT_MAX)
+        throw Failure(path, "longer than the library reads");
+    std::vector<unsigned char> bytes(static_cast<std::size_t>(size));
+    int read = 0;
+    stream.Read(bytes.data(), static_cast<int>(size), &read);
+    if (read != size)
+        throw Failure(path, "cannot be read at byte " + std::to_string(read));
     return bytes;
 }
 
-void ReadingDataFile::ReadAt(long position, unsigned char* bytes, long count) {
-    int read = 0;
-    if (position != m_nPosition)
-        m_stream.Seek(position, SeekFromBegin, nullptr);
-    m_stream.Read(bytes, static_cast<int>(count), &read);
-    if (read != count)
-        throw Failure(m_sPath, "cannot be read at byte " + std::to_string(position));
-    m_nPosition = position + count;
+// Each record begins where the one before it ends.
+void Scan(ReadingDataFile& file) {
+    const auto size = static_cast<std::int64_t>(file.bytes.size());
+    std::int64_t at = headerBytes;
+    while (size - at >= recordHeaderBytes) {
+        const auto offset = static_cast<long>(at);
+        const int type = file.bytes[static_cast<std::size_t>(at)];
+        const std::uint32_t length = IntegerAt(file.bytes, offset + 5);
+        at += recordHeaderBytes + std::int64_t{length};
+        const auto missing = static_cast<std::uint32_t>(std::max<std::int64_t>(at - size, 0));
+        file.records.push_back({offset, type, IntegerAt(file.bytes, offset + 1), length, missing});
+    }
+    file.bytesLeft = static_cast<long>(std::max<std::int64_t>(size - at, 0));
+}
+
+} // namespace
+
+std::uint32_t IntegerAt(const std::vector<unsigned char>& bytes, long at) {
+    std::uint32_t value = 0;
+    for (long i = 3; i >= 0; --i)
+        value = value << 8 | bytes[static_cast<std::size_t>(at + i)];
+    return value;
+}
+
+ReadingDataFile ReadReadingData(const std::string& path) {
+    ReadingDataFile file;
+    file.path = Find(path);
+    CheckFile(file.path);
+    if (!BeginsLikeReadingData(file.path))
+        throw Failure(file.path, "not a reading-data file");
+    file.bytes = ReadAll(file.path);
+    Scan(file);
+    return file;
 }
 
 } // namespace umdview

@@ -1,49 +1,37 @@
 #pragma once
 
-#include <memory>
+#include <cstdint>
 #include <string>
-
-#include "base/CFileStream.h"
-#include "base/CMemoryStream.h"
-#include "readingdata/QvpFormat.h"
-#include "readingdata/QvpRecordScan.h"
+#include <vector>
 
 namespace umdview {
 
-// A reading-data file as it lies on the disk, read record by record and never changed.
-class ReadingDataFile {
-public:
-    // `path` is that of the file, or of the book it lies beside. Throws Failure when neither leads
-    // to a reading-data file.
-    explicit ReadingDataFile(const std::string& path);
+// Where the parts of a reading-data file stand, as docs/reading-data-format.md has them.
+constexpr long headerBytes = 5;       // "QVP", version, revision
+constexpr long recordHeaderBytes = 9; // type, file id, length
 
-    const std::string& Path() const { return m_sPath; }
-    int Version() const { return m_header[QvFormat::QvpFormat::VersionAt]; }
-    int Revision() const { return m_header[QvFormat::QvpFormat::RevisionAt]; }
-    long Size() const { return m_nSize; }
-
-    // Takes the next record's header; false behind the last one.
-    bool Next(QvFormat::QvpRecord* record);
-
-    // Bytes behind the last record, too few for another one; known once Next has returned false.
-    long BytesLeft() const { return m_bTorn ? 0 : m_nSize - m_scan.Position(); }
-
-    // A reading-data file of this one whole record: what the library makes of it is then known
-    // without a search through all others. Null for a record longer than the library reads.
-    using Bytes = std::unique_ptr<unsigned char, QvFormat::OperatorDelete>;
-    Bytes Extract(const QvFormat::QvpRecord& record);
-    static long ExtractSize(const QvFormat::QvpRecord& record);
-
-private:
-    void ReadAt(long position, unsigned char* bytes, long count);
-
-    std::string m_sPath;
-    QvFormat::CFileStream m_stream;
-    unsigned char m_header[QvFormat::QvpFormat::HeaderSize] = {};
-    long m_nSize = 0;
-    long m_nPosition = 0; // the stream's
-    QvFormat::QvpRecordScan m_scan{0};
-    bool m_bTorn = false;
+// A record as its header describes it.
+struct Record {
+    long offset; // of its header in the file
+    int type;
+    std::uint32_t id;
+    std::uint32_t length;  // of its data, in bytes
+    std::uint32_t missing; // bytes of the data that the end of the file cuts off
 };
+
+// A reading-data file as it lies on the disk.
+struct ReadingDataFile {
+    std::string path;
+    std::vector<unsigned char> bytes;
+    std::vector<Record> records; // in the file's order; only the last one can be cut off
+    long bytesLeft = 0;          // after the last record, too few for another one
+};
+
+// `path` is that of the file, or of the book it lies beside. Throws Failure when neither leads to a
+// reading-data file. Nothing is changed.
+ReadingDataFile ReadReadingData(const std::string& path);
+
+// The integer of 4 bytes, low byte first, that stands at `at`.
+std::uint32_t IntegerAt(const std::vector<unsigned char>& bytes, long at);
 
 } // namespace umdview

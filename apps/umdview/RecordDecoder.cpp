@@ -1,5 +1,6 @@
 #include "RecordDecoder.h"
 
+#include <algorithm>
 #include <memory>
 #include <new>
 
@@ -9,7 +10,7 @@
 #include "IBookPathTableProxy.h"
 #include "IBookTagProxy.h"
 #include "QvpNodeType.h"
-#include "base/LittleEndian.h"
+#include "base/CMemoryStream.h"
 #include "readingdata/CBookAnnotationImpl.h"
 #include "readingdata/CBookAnnotationListProxy.h"
 #include "readingdata/CQvpFile.h"
@@ -20,6 +21,8 @@ using namespace QvFormat;
 
 namespace {
 
+constexpr std::uint32_t countBytes = 4; // every record of a list begins with its count
+
 // False for what the file does not hold.
 bool Succeeded(QVRESULT result) {
     if (result == QV_E_OUTOFMEMORY)
@@ -27,57 +30,37 @@ bool Succeeded(QVRESULT result) {
     return result == QV_S_OK;
 }
 
-template<typename Interface, typename Get>
-std::unique_ptr<Interface> Obtain(Get get) {
-    Interface* object = nullptr;
-    Succeeded(get(&object));
-    if (object == nullptr)
+template<typename Interface>
+std::unique_ptr<Interface> Own(QVRESULT result, Interface* proxy) {
+    if (!Succeeded(result) || proxy == nullptr)
         throw std::bad_alloc();
-    return std::unique_ptr<Interface>(object);
+    return std::unique_ptr<Interface>(proxy);
 }
 
-using String = std::unique_ptr<char[]>;
-
-// --- lists: each hands over the entries that the library reads and returns their number ---------
-
-long DecodeIndexList(CQvpFile& file, unsigned int id, const EntrySink& sink) {
-    const auto proxy =
-        Obtain<IBookIndexProxy>([&](auto** out) { return file.GetIndexProxy(out, id); });
-    int* list = nullptr;
+// What `toJson` makes of each entry of the array that `get` hands over.
+template<typename Entry, typename Get, typename ToJson>
+Json ListOf(Get get, ToJson toJson) {
+    Entry* list = nullptr;
     unsigned int count = 0;
-    Succeeded(proxy->GetIndexList(&list, &count));
-    const std::unique_ptr<int[]> entries(list);
+    Succeeded(get(&list, &count));
+    const std::unique_ptr<Entry[]> owner(list);
+    Json entries = Json::array();
     for (unsigned int i = 0; i < count; ++i)
-        sink(entries[i]);
-    return count;
+        entries.push_back(toJson(list[i]));
+    return entries;
 }
 
-long DecodeTagList(CQvpFile& file, unsigned int id, const EntrySink& sink) {
-    const auto proxy = Obtain<IBookTagProxy>([&](auto** out) { return file.GetTagProxy(out, id); });
-    char** list = nullptr;
-    unsigned int count = 0;
-    Succeeded(proxy->GetTagList(&list, &count));
-    const std::unique_ptr<char*[]> tags(list);
-    for (unsigned int i = 0; i < count; ++i)
-        sink(String(tags[i]).get());
-    return count;
+// Takes the string over.
+Json StringToJson(char* text) {
+    return std::unique_ptr<char[]>(text).get();
 }
 
-long DecodePathTable(CQvpFile& file, const EntrySink& sink) {
-    const auto proxy =
-        Obtain<IBookPathTableProxy>([&](auto** out) { return file.GetPathTableProxy(out); });
-    QvpPathItem* list = nullptr;
-    unsigned int count = 0;
-    Succeeded(proxy->GetPathTable(&list, &count));
-    const std::unique_ptr<QvpPathItem[]> items(list);
-    for (unsigned int i = 0; i < count; ++i) {
-        const String path(items[i].pszPath);
-        sink({{"value0", items[i].nValue0}, {"value1", items[i].nValue1}, {"path", path.get()}});
-    }
-    return count;
+Json PathToJson(const QvpPathItem& item) {
+    return {
+        {"value0", item.nValue0}, {"value1", item.nValue1}, {"path", StringToJson(item.pszPath)}};
 }
 
-Json ToJson(CBookAnnotationImpl& annotation) {
+Json AnnotationToJson(IBookAnnotation& annotation) {
     unsigned int block = 0, offset = 0, length = 0;
     annotation.GetBlockIndex(&block);
     annotation.GetOffset(&offset);
@@ -86,46 +69,68 @@ Json ToJson(CBookAnnotationImpl& annotation) {
     annotation.GetAnnotationType(&type);
     if (type != QvAnnotationPosition && annotation.GetLength(&length) == QV_S_OK)
         json["length"] = length;
-    char* text = nullptr;
-    Succeeded(annotation.GetComment(&text));
-    if (const String comment{text})
-        json["comment"] = comment.get();
+    char* comment = nullptr;
+    if (Succeeded(annotation.GetComment(&comment)))
+        json["comment"] = StringToJson(comment);
     return json;
 }
 
-long DecodeAnnotations(CQvpFile& file, const QvpRecord& record, const EntrySink& sink) {
-    CBookAnnotationListProxy proxy(&file, record.nId);
-    const auto type = static_cast<QvAnnotationType>(record.nType - QvpNodePositionAnnotations);
-    IBookAnnotation* list = nullptr;
-    unsigned int count = 0;
-    Succeeded(proxy.GetAnnotationList(type, &list, &count));
-    const std::unique_ptr<CBookAnnotationImpl[]> annotations(
-        static_cast<CBookAnnotationImpl*>(list));
-    for (unsigned int i = 0; i < count; ++i)
-        sink(ToJson(annotations[i]));
-    return count;
+Json DecodeAnnotations(CQvpFile& file, const Record& record) {
+    CBookAnnotationListProxy proxy(&file, record.id);
+    const auto type = static_cast<QvAnnotationType>(record.type - QvpNodePositionAnnotations);
+    return ListOf<CBookAnnotationImpl>(
+        [&](CBookAnnotationImpl** list, unsigned int* count) {
+            IBookAnnotation* delivered = nullptr; // an array of CBookAnnotationImpl
+            const QVRESULT result = proxy.GetAnnotationList(type, &delivered, count);
+            *list = static_cast<CBookAnnotationImpl*>(delivered);
+            return result;
+        },
+        AnnotationToJson);
 }
 
-long DecodeList(CQvpFile& file, const QvpRecord& record, const EntrySink& sink) {
-    switch (record.nType) {
+Json DecodeIndexList(CQvpFile& file, unsigned int id) {
+    IBookIndexProxy* delivered = nullptr;
+    const QVRESULT result = file.GetIndexProxy(&delivered, id);
+    const auto proxy = Own(result, delivered);
+    return ListOf<int>([&](int** list, auto* count) { return proxy->GetIndexList(list, count); },
+                       [](int entry) { return Json(entry); });
+}
+
+Json DecodeTagList(CQvpFile& file, unsigned int id) {
+    IBookTagProxy* delivered = nullptr;
+    const QVRESULT result = file.GetTagProxy(&delivered, id);
+    const auto proxy = Own(result, delivered);
+    return ListOf<char*>([&](char*** list, auto* count) { return proxy->GetTagList(list, count); },
+                         StringToJson);
+}
+
+Json DecodePathTable(CQvpFile& file) {
+    IBookPathTableProxy* delivered = nullptr;
+    const QVRESULT result = file.GetPathTableProxy(&delivered);
+    const auto proxy = Own(result, delivered);
+    return ListOf<QvpPathItem>(
+        [&](QvpPathItem** list, auto* count) { return proxy->GetPathTable(list, count); },
+        PathToJson);
+}
+
+Json DecodeList(CQvpFile& file, const Record& record) {
+    switch (record.type) {
     case QvpNodePathTable:
-        return DecodePathTable(file, sink);
+        return DecodePathTable(file);
     case QvpNodeIndexList:
-        return DecodeIndexList(file, record.nId, sink);
+        return DecodeIndexList(file, record.id);
     case QvpNodeTagList:
-        return DecodeTagList(file, record.nId, sink);
+        return DecodeTagList(file, record.id);
     default:
-        return DecodeAnnotations(file, record, sink);
+        return DecodeAnnotations(file, record);
     }
 }
 
 // --- book information ---------------------------------------------------------------------------
 
-using StringGetter = QVRESULT (IBookInfoProxy::*)(char**);
-
 struct StringField {
     const char* name;
-    StringGetter get;
+    QVRESULT (IBookInfoProxy::*get)(char**);
 };
 
 constexpr StringField stringFields[] = {
@@ -138,76 +143,75 @@ constexpr StringField stringFields[] = {
     {"latestSection", &IBookInfoProxy::GetLatestSection},
 };
 
-// Null, and its name added to `damaged`, where the string has no end.
-Json StringOf(IBookInfoProxy& info, const StringField& field, std::string* damaged) {
+// Null where the library finds no string: one without an end, or the section of a finished book.
+Json StringOf(IBookInfoProxy& info, const StringField& field) {
     char* text = nullptr;
-    if (Succeeded((info.*field.get)(&text)))
-        return String(text).get();
-    *damaged += std::string(damaged->empty() ? "" : ", ") + field.name;
-    return nullptr;
+    return Succeeded((info.*field.get)(&text)) ? StringToJson(text) : nullptr;
 }
 
-Json BookmarkOf(IBookInfoProxy& info, std::string* damaged) {
+Json BookmarkOf(IBookInfoProxy& info) {
     IBookAnnotation* delivered = nullptr;
     Succeeded(info.GetReadingBookmark(&delivered));
     const std::unique_ptr<IBookAnnotation> bookmark(delivered);
-    if (bookmark != nullptr)
-        return ToJson(static_cast<CBookAnnotationImpl&>(*bookmark));
-    *damaged += std::string(damaged->empty() ? "" : ", ") + "readingBookmark";
-    return nullptr;
+    return bookmark == nullptr ? Json(nullptr) : AnnotationToJson(*bookmark);
 }
 
-std::string DecodeBookInfo(CQvpFile& file, unsigned int id, const EntrySink& sink) {
-    const auto info =
-        Obtain<IBookInfoProxy>([&](auto** out) { return file.GetInfoProxy(out, id); });
+Json DecodeBookInfo(CQvpFile& file, unsigned int id, std::string* wrong) {
+    IBookInfoProxy* delivered = nullptr;
+    const QVRESULT result = file.GetInfoProxy(&delivered, id);
+    const auto info = Own(result, delivered);
     unsigned int progress = 0;
-    if (!Succeeded(info->GetReadingProgress(&progress)))
-        return "its fields do not fit into it; the library neither reads nor replaces it";
+    if (!Succeeded(info->GetReadingProgress(&progress))) {
+        *wrong = "its fields do not fit into it; the library neither reads nor replaces it";
+        return nullptr;
+    }
     int serialized = 0;
     auto source = QvBookSourceDefault;
     info->GetIsSerialized(&serialized);
     info->GetBookSource(&source);
     Json json;
-    std::string damaged;
-    for (const StringField& field : stringFields) {
-        const bool absent = field.get == &IBookInfoProxy::GetLatestSection && serialized == 0;
-        json[field.name] = absent ? Json(nullptr) : StringOf(*info, field, &damaged);
-    }
+    for (const StringField& field : stringFields)
+        json[field.name] = StringOf(*info, field);
     json["bookSource"] = static_cast<int>(source);
     json["readingProgress"] = progress;
     json["serialized"] = serialized != 0;
-    json["readingBookmark"] = BookmarkOf(*info, &damaged);
-    sink(json);
-    return damaged.empty() ? "" : "it holds no " + damaged + " that can be read";
+    json["readingBookmark"] = BookmarkOf(*info);
+    return json;
 }
 
-std::string CompareCounts(std::uint32_t said, long found) {
-    if (said == static_cast<unsigned long>(found))
-        return "";
-    return "it should hold " + std::to_string(said) + " entries, of which " +
-           std::to_string(found) + " can be read";
+// A reading-data file of this one record, so that the library reads no other. The stream is the
+// caller's.
+std::unique_ptr<CMemoryStream> Extract(const ReadingDataFile& file, const Record& record) {
+    const long size = headerBytes + recordHeaderBytes + static_cast<long>(record.length);
+    auto* bytes = static_cast<unsigned char*>(::operator new(static_cast<std::size_t>(size)));
+    std::copy_n(file.bytes.begin(), headerBytes, bytes);
+    std::copy_n(file.bytes.begin() + record.offset, size - headerBytes, bytes + headerBytes);
+    return std::make_unique<CMemoryStream>(bytes, size);
 }
 
 } // namespace
 
-std::string DecodeRecord(ReadingDataFile& source, const QvpRecord& record, const EntrySink& sink) {
-    auto bytes = source.Extract(record);
-    if (bytes == nullptr)
-        return "it is longer than the library reads";
-    if (record.nType != QvpNodeBookInfo && record.nLength < QvpFormat::CountSize)
-        return "it is too short for a list";
-    constexpr long dataAt = QvpFormat::HeaderSize + QvpFormat::RecordHeaderSize;
-    const std::uint32_t said = record.nType == QvpNodeBookInfo ? 0 : LoadLE32(bytes.get() + dataAt);
-    CMemoryStream stream(bytes.release(), ReadingDataFile::ExtractSize(record));
-    CQvpFile file;
-    if (!Succeeded(file.Open(&stream)))
-        return "it cannot be read";
-    if (record.nType == QvpNodeBookInfo)
-        return DecodeBookInfo(file, record.nId, sink);
-    std::string wrong = CompareCounts(said, DecodeList(file, record, sink));
-    if (!wrong.empty() && record.nType == QvpNodePathTable)
-        wrong += "; the library then reads none of the path table";
-    return wrong;
+Json DecodeRecord(const ReadingDataFile& file, const Record& record, std::string* wrong) {
+    if (record.length == 0 || record.type > QvpNodeCommentAnnotations)
+        return nullptr;
+    const auto stream = Extract(file, record);
+    CQvpFile one;
+    if (!Succeeded(one.Open(stream.get()))) {
+        *wrong = "it cannot be read";
+        return nullptr;
+    }
+    if (record.type == QvpNodeBookInfo)
+        return DecodeBookInfo(one, record.id, wrong);
+    if (record.length < countBytes) {
+        *wrong = "it is too short for a list";
+        return nullptr;
+    }
+    Json entries = DecodeList(one, record);
+    const std::uint32_t said = IntegerAt(file.bytes, record.offset + recordHeaderBytes);
+    if (entries.size() != said)
+        *wrong = "it should hold " + std::to_string(said) + " entries, of which " +
+                 std::to_string(entries.size()) + " can be read";
+    return entries;
 }
 
 } // namespace umdview

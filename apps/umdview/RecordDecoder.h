@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -11,13 +10,9 @@ namespace umdview {
 
 using Json = nlohmann::ordered_json;
 
-// Takes an entry of a list: a number, a tag, or an object for a path or an annotation; for book
-// information, an object with all of it.
-using EntrySink = std::function<void(const Json&)>;
-
-// Reads a whole record of a type that lists have through the library's proxies and hands over what
-// is in it, in order. Returns what is wrong with the record; empty when nothing is.
-std::string DecodeRecord(ReadingDataFile& file, const QvFormat::QvpRecord& record,
-                         const EntrySink& sink);
+// What the library reads of a whole record that is not free: an array of a list's entries, an
+// object for book information, null for nothing. `wrong` receives what is damaged in it and stays
+// empty when nothing is.
+Json DecodeRecord(const ReadingDataFile& file, const Record& record, std::string* wrong);
 
 } // namespace umdview
