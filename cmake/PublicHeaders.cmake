@@ -7,6 +7,7 @@ set(public_class_headers
     base/Handles.h
     layout/CPangoLayout.h
     layout/CTextFont.h
+    layout/GObjectPtr.h
     readingdata/CBookAnnotationHelper.h
     readingdata/CBookAnnotationImpl.h
     readingdata/CBookAnnotationListProxy.h

@@ -3,24 +3,23 @@
 #include <memory>
 
 #include "ITextLayout.h"
+#include "layout/GObjectPtr.h"
 
 typedef struct _PangoContext PangoContext;
 typedef struct _PangoFontMap PangoFontMap;
 typedef struct _PangoLayout PangoLayout;
-struct PangoLineInfoNode;
 
 namespace QvFormat {
 
-// Drops one reference to a GObject.
-struct GObjectReleaser {
-    void operator()(void* object) const;
-};
-
-// The layout on Pango with its FreeType backend. Each object has a font map, a context and a Pango
-// layout of its own.
+// The layout on Pango with its FreeType backend. One thread at a time. Each object owns a font map,
+// a context and a Pango layout, and a copy of its text.
 //
-// The line table is built by the first query that needs it and dropped by every setter. Lengths are
-// pixels; Pango's own unit is 1/1024 pixel.
+// The line table is built, and the lines laid out, by the first query or drawing that needs them;
+// every setter drops both. Lengths are pixels; Pango's own unit is 1/1024 pixel.
+//
+// However large an indent is set, each line keeps room for some letters, and the getter answers
+// what was set. In the text a space stands in for U+0000, and an embedding for an isolate (U+2066
+// to U+2069).
 class UMDFORMAT_API CPangoLayout : public ITextLayout {
 public:
     // Sizes in pixels, resolutions in dots per inch: at 72, a font's points are pixels. A null
@@ -70,39 +69,21 @@ public:
     // than a page, the last line of the text when `line` is past it.
     int GetPageEndLine(int line);
 
-    // Renders the text that Pango holds, its top left corner at pixel (x, y) of the image. Returns
-    // 0 without memory, else 1.
+    // Renders the text that Pango holds, its top left corner at pixel (x, y) of the image: after a
+    // page was drawn that page's, after DoLayout the whole text. Returns 1.
     int DrawTarget(QV_IMAGE image, int x, int y);
 
 protected:
-    PangoLineInfoNode* LayOutText();
-    PangoLineInfoNode* LayOutPart(int begin, int end);
-    void FillLineTable(const PangoLineInfoNode* lines);
-
-    int SpacingInPixels() const;
-    bool TextContinues() const;
-    int ParagraphEnd() const;
-    bool BeginsParagraph(int line) const;
-    int LineEnd(int line) const; // byte offset behind the line
-
-    // The lines from `first` up to `end`, which is left out.
-    bool CanDraw(const QV_IMAGE& image) const;
-    int DrawLines(int first, int end, const QV_IMAGE& image, int x, int y);
-    int DrawPart(int first, int end, const QV_IMAGE& image, int x, int y, int* height);
-    int DrawLineByLine(int first, int end, const QV_IMAGE& image, int x, int y, int* height);
-    void HandOver(int first, int end);
-    bool HoldsLines(int first, int end) const;
-
     unsigned int m_nLayoutWidth;
     unsigned int m_nLayoutHeight;
     unsigned int m_nPageCount = 0;
     unsigned int m_nLineCount = 0;
     std::unique_ptr<QVLayoutLineInfo[]> m_pLineTable; // null while no layout has been computed
-    std::unique_ptr<PangoFontMap, GObjectReleaser> m_pFontMap;
-    std::unique_ptr<PangoContext, GObjectReleaser> m_pContext;
-    std::unique_ptr<PangoLayout, GObjectReleaser> m_pLayout; // null in an inert object
-    std::unique_ptr<char[]> m_pText;                         // UTF-8, not terminated
-    int m_nTextLength = 0;                                   // bytes
+    GObjectPtr<PangoFontMap> m_pFontMap;
+    GObjectPtr<PangoContext> m_pContext;
+    GObjectPtr<PangoLayout> m_pLayout; // null in an inert object
+    std::unique_ptr<char[]> m_pText;   // UTF-8, not terminated
+    int m_nTextLength = 0;             // bytes
 };
 
 static_assert(sizeof(void*) != 4 || sizeof(CPangoLayout) == 44);

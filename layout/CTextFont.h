@@ -62,8 +62,8 @@ public:
                        unsigned int ch, int* advance);
 
 protected:
-    bool OpenLibrary();
-    bool RenderGlyph(unsigned int ch);
+    UMDFORMAT_HIDDEN bool OpenLibrary();
+    UMDFORMAT_HIDDEN bool RenderGlyph(unsigned int ch);
 
     int m_bLoaded = 0; // a face may be held and yet not count as loaded
     std::unique_ptr<FT_LibraryRec_, FontLibraryReleaser> m_pLibrary; // outlives the face

@@ -19,28 +19,30 @@ PangoLineInfoNode* NewNode(PangoLayoutLine* line) {
     return node;
 }
 
-void FreeList(PangoLineInfoNode* node) {
+} // namespace
+
+PangoLineInfoNode* pango_layout_get_line_info_list(PangoLayout* layout) {
+    QvFormat::LineInfoList list;
+    PangoLineInfoNode* last = nullptr;
+    for (GSList* item = pango_layout_get_lines_readonly(layout); item; item = item->next) {
+        PangoLineInfoNode* node = NewNode(static_cast<PangoLayoutLine*>(item->data));
+        if (!node)
+            return nullptr;
+        if (last)
+            last->next = node;
+        else
+            list.reset(node);
+        last = node;
+    }
+    return list.release();
+}
+
+void pango_layout_set_disable_cache(PangoLayout*, gboolean) {}
+
+void QvFormat::LineInfoReleaser::operator()(PangoLineInfoNode* node) const {
     while (node) {
         PangoLineInfoNode* next = node->next;
         std::free(node);
         node = next;
     }
 }
-
-} // namespace
-
-PangoLineInfoNode* pango_layout_get_line_info_list(PangoLayout* layout) {
-    PangoLineInfoNode* head = nullptr;
-    PangoLineInfoNode** tail = &head;
-    for (GSList* item = pango_layout_get_lines_readonly(layout); item; item = item->next) {
-        *tail = NewNode(static_cast<PangoLayoutLine*>(item->data));
-        if (!*tail) {
-            FreeList(head);
-            return nullptr;
-        }
-        tail = &(*tail)->next;
-    }
-    return head;
-}
-
-void pango_layout_set_disable_cache(PangoLayout*, gboolean) {}

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include <pango/pango.h>
 
@@ -18,8 +19,17 @@ struct PangoLineInfoNode {
 // no memory. The caller owns the list and releases each node with free.
 PangoLineInfoNode* pango_layout_get_line_info_list(PangoLayout* layout);
 
-// Asks Pango to keep or drop what it caches of a layout. Stock Pango has no such cache to switch
-// off, so this has no effect; it marks where a Pango build that has one is told.
+// Asks Pango to keep or drop what it caches of a layout; no effect with stock Pango.
 void pango_layout_set_disable_cache(PangoLayout* layout, gboolean disable);
 
 } // extern "C"
+
+namespace QvFormat {
+
+struct LineInfoReleaser {
+    void operator()(PangoLineInfoNode* node) const; // and all after it
+};
+
+using LineInfoList = std::unique_ptr<PangoLineInfoNode, LineInfoReleaser>;
+
+} // namespace QvFormat

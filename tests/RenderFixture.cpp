@@ -23,22 +23,24 @@ Function* Next(const char* name) {
 
 } // namespace
 
-// Stand before Pango's own in this program, so that what the layout hands over is seen.
-extern "C" void pango_ft2_render_layout(FT_Bitmap* bitmap, PangoLayout* layout, int x, int y) {
-    fixture::Drawing drawing{pango_layout_get_text(layout), 0, y, y};
-    int height = 0;
-    for (GSList* item = pango_layout_get_lines_readonly(layout); item; item = item->next) {
-        const auto* line = static_cast<PangoLayoutLine*>(item->data);
-        if (line->start_index > 0 && line->start_index >= static_cast<int>(drawing.text.size()))
-            break;
-        PangoRectangle logical;
-        pango_layout_line_get_extents(static_cast<PangoLayoutLine*>(item->data), nullptr, &logical);
-        height += logical.height + (drawing.lines++ ? pango_layout_get_spacing(layout) : 0);
-    }
-    drawing.bottom += PANGO_PIXELS_CEIL(height);
-    drawings.push_back(drawing);
-    static const auto next = Next<decltype(pango_ft2_render_layout)>("pango_ft2_render_layout");
-    next(bitmap, layout, x, y);
+// Stands before Pango's own in this program, so that the lines drawn are seen. A line's text goes
+// on to where the next one begins, its separator included.
+extern "C" void pango_ft2_render_layout_line_subpixel(FT_Bitmap* bitmap, PangoLayoutLine* line,
+                                                      int x, int y) {
+    const std::string all = pango_layout_get_text(line->layout);
+    const GSList* item = g_slist_find(pango_layout_get_lines_readonly(line->layout), line);
+    const auto* after =
+        item && item->next ? static_cast<PangoLayoutLine*>(item->next->data) : nullptr;
+    const auto begin = static_cast<std::size_t>(line->start_index);
+    const auto end = after ? static_cast<std::size_t>(after->start_index) : all.size();
+    PangoRectangle logical;
+    pango_layout_line_get_extents(line, nullptr, &logical);
+    const int top = y + logical.y;
+    drawings.push_back({all.substr(begin, end - begin), begin < end || all.empty(),
+                        PANGO_PIXELS_CEIL(top), PANGO_PIXELS_CEIL(top + logical.height)});
+    static const auto next = Next<decltype(pango_ft2_render_layout_line_subpixel)>(
+        "pango_ft2_render_layout_line_subpixel");
+    next(bitmap, line, x, y);
 }
 
 namespace fixture {

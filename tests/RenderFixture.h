@@ -40,12 +40,12 @@ public:
     int loads = 0;
 };
 
-// One text handed to Pango and drawn.
+// One line drawn.
 struct Drawing {
     std::string text;
-    int lines;  // that hold text: not the empty one behind a last separator
-    int top;    // pixels, on the image
-    int bottom; // pixels, rounded up
+    int lines; // 1, or 0 for the empty line after a last separator
+    int top;   // pixels on the image, rounded up
+    int bottom;
 };
 
 // What was drawn since the last call.

@@ -13,7 +13,6 @@
 #include "readingdata/CBookAnnotationImpl.h"
 #include "readingdata/CBookAnnotationListProxy.h"
 #include "readingdata/CQvpFile.h"
-#include "readingdata/QvpFormat.h"
 #include "session/PlaceOrder.h"
 
 namespace umdread {
@@ -22,6 +21,9 @@ using namespace QvFormat;
 using umdhost::Place;
 
 namespace {
+
+// The file id of the book's own records.
+constexpr unsigned int commonFileId = 0xFFFFFFFF;
 
 // Keeps others of us from changing the reading data meanwhile. The lock is on the book, which stays
 // where it is when the file beside it is replaced. One that cannot be had is done without: changes
@@ -96,7 +98,7 @@ bool AreSame(const Marks& a, const Marks& b) {
 
 // Fails when the list is there but cannot be read: it must then not be replaced.
 bool ReadMarks(CQvpFile& file, QvAnnotationType type, Marks& marks) {
-    CBookAnnotationListProxy proxy(&file, QvpFormat::CommonFileId);
+    CBookAnnotationListProxy proxy(&file, commonFileId);
     IBookAnnotation* delivered = nullptr;
     unsigned int count = 0;
     const QVRESULT result = proxy.GetAnnotationList(type, &delivered, &count);
@@ -116,7 +118,7 @@ bool WriteMarks(CQvpFile& file, QvAnnotationType type, const Marks& marks) {
         return false;
     for (unsigned int i = 0; i < count; ++i)
         Fill(list[i], type, marks[i]);
-    CBookAnnotationListProxy proxy(&file, QvpFormat::CommonFileId);
+    CBookAnnotationListProxy proxy(&file, commonFileId);
     return proxy.SetAnnotationList(type, list.get(), count) == QV_S_OK && file.Flush() == QV_S_OK;
 }
 
