@@ -162,13 +162,19 @@ TEST_F(SessionTest, TextThatCannotBeShownIsAnnouncedAndPassed) {
     while ((turn = session->NextPage()) == Turn::Done)
         ASSERT_TRUE(session->Here() < (Place{31, 0}));
     ASSERT_EQ(turn, Turn::AtGap);
+    EXPECT_TRUE(session->IsShown({29, 100})); // the last that can be read
+    EXPECT_EQ(session->LastGap().bytes, 128);
     const Place before = session->Here();
-    EXPECT_EQ(session->LastGap().bytes % 128, 0);
-    EXPECT_GT(session->LastGap().bytes, 0);
     session->PassGap();
-    EXPECT_TRUE((Place{30, 0}) < session->Here());
+    EXPECT_EQ(session->Here(), (Place{31, 0}));
+    EXPECT_EQ(session->PreviousPage(), Turn::AtGap);
+    EXPECT_EQ(session->LastGap().bytes, 128);
+    EXPECT_EQ(session->Here(), (Place{31, 0}));
     EXPECT_TRUE(session->GoBack());
-    EXPECT_EQ(session->Here(), before);
+    EXPECT_EQ(session->Here().block, before.block);
+    EXPECT_TRUE(session->GoTo({30, 9}));
+    EXPECT_EQ(session->Here(), (Place{31, 0}));
+    EXPECT_EQ(session->PassedOver(), 128);
 }
 
 // --- search -------------------------------------------------------------------------------------

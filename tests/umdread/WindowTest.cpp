@@ -122,7 +122,7 @@ void ExpectThePage(const std::string& book, const desktop::Frame& frame, int sca
 }
 
 TEST_F(WindowTest, APersonReadsABook) {
-    const std::string book = MakeBook("art-of-war", 60000);
+    const std::string book = MakeBook("alice", 300000);
     std::string lastPlace;
     {
         Program window(m_home, {book});
@@ -158,7 +158,8 @@ TEST_F(WindowTest, APersonReadsABook) {
         desktop::Keep(out / "6-chapter.png");
         ExpectThePage(book, window.Last());
 
-        Hand("key ctrl+f type 用間");
+        Hand("key ctrl+f");
+        Hand("type rabbit-hole");
         ASSERT_TRUE(window.Await([](const desktop::Frame& frame) {
             return frame.count("hits") && frame.at("hits") != "0" && frame.at("searching") == "0";
         }));
@@ -189,7 +190,7 @@ TEST_F(WindowTest, APersonReadsABook) {
 }
 
 TEST_F(WindowTest, LettersAreSharpOnADenseScreen) {
-    const std::string book = MakeBook("alice");
+    const std::string book = MakeBook("art-of-war");
     Set("[Window]\nwidth=600\nheight=500\n");
     Program window(m_home, {book}, {"GDK_SCALE=2"});
     ASSERT_TRUE(window.AwaitField("place", "0:0")) << window.Errors();

@@ -15,7 +15,7 @@ using namespace QvFormat;
 
 namespace {
 
-constexpr int blocksOfASegment = 80; // the most the library loads at a time
+constexpr int mostTextBytes = 1 << 15; // the library lays out less at a time
 constexpr int unitsOfABlock = umdhost::blockBytes / 2;
 constexpr int blocksNearby = 8; // how far a paragraph's begin is looked for
 
@@ -34,7 +34,7 @@ bool IsLatin(char16_t unit) {
 } // namespace
 
 // The renderer gets no path, and so keeps no reading data: ReadingData says why.
-Pages::Pages(const std::string& path) : m_pLayout(nullptr) {
+Pages::Pages(const std::string& path) : m_sPath(path), m_pLayout(nullptr) {
     umdhost::CheckFile(path);
     auto stream = std::make_unique<CFileStream>(
         reinterpret_cast<const unsigned char*>(path.c_str()), FileOpenRead);
@@ -69,13 +69,10 @@ void Pages::LayOut() {
 }
 
 bool Pages::Show(const Place& place) {
-    const Place before = m_begin;
-    if (m_renderer.UmdSetText(static_cast<int>(place.block), static_cast<int>(place.offset))) {
-        Locate();
-        return true;
-    }
-    m_renderer.UmdSetText(static_cast<int>(before.block), static_cast<int>(before.offset));
-    return false;
+    m_nPassedOver = 0;
+    return m_renderer.UmdSetText(static_cast<int>(place.block), static_cast<int>(place.offset))
+               ? Located()
+               : ShowReadable(static_cast<int>(place.block), true);
 }
 
 bool Pages::ShowLast() {
@@ -84,15 +81,12 @@ bool Pages::ShowLast() {
     m_renderer.GotoPrevScreen();
     while (m_renderer.GotoNextScreen() == QV_S_OK)
         ;
-    Locate();
-    return true;
+    return Located();
 }
 
 bool Pages::ShowReadable(int block, bool forward) {
-    int passedOver = 0;
-    const bool shown = m_renderer.GotoReadableScreen(block, forward, &passedOver) == QV_S_OK;
-    Locate();
-    return shown;
+    m_nPassedOver = 0;
+    return m_renderer.GotoReadableScreen(block, forward, &m_nPassedOver) == QV_S_OK && Located();
 }
 
 Turn Pages::TurnPage(bool forward, Gap* gap) {
@@ -101,18 +95,30 @@ Turn Pages::TurnPage(bool forward, Gap* gap) {
         Locate();
         return Turn::Done;
     }
-    const Place begin = m_begin;
-    if (forward ? !m_end : begin == Place())
+    if (forward ? !m_end : m_begin == Place())
         return Turn::AtEnd;
-    *gap = Gap();
-    if (m_renderer.GotoReadableScreen(-1, forward, &gap->bytes) != QV_S_OK)
+    *gap = LookAhead(forward);
+    if (gap->bytes > 0 || !gap->next)
         return Turn::AtGap;
+    return ShowReadable(-1, forward) ? Turn::Done : Turn::AtGap;
+}
+
+// What must be left out to go on. A second renderer finds out, so that the screen stays.
+Gap Pages::LookAhead(bool forward) {
+    Gap gap;
+    Pages ahead(m_sPath);
+    const auto begin = static_cast<int>(m_begin.block) - (m_begin.offset == 0 ? 1 : 0);
+    const bool shown =
+        ahead.ShowReadable(forward ? static_cast<int>(m_end->block) : begin, forward);
+    gap.bytes = ahead.PassedOver();
+    if (shown)
+        gap.next = ahead.Begin();
+    return gap;
+}
+
+bool Pages::Located() {
     Locate();
-    if (gap->bytes == 0)
-        return Turn::Done;
-    gap->next = m_begin;
-    Show(begin);
-    return Turn::AtGap;
+    return true;
 }
 
 // Notes where the screen shown begins and ends, and its lines.
@@ -146,7 +152,9 @@ void Pages::LocateLines(const QVLayoutLineInfo* table, unsigned int count) {
         m_lines.push_back({PlaceOf(*line).value_or(m_begin), y + line->height / 2});
         y += line->height + static_cast<int>(spacing);
     }
-    m_end = last < tableEnd ? PlaceOf(*last) : AfterSegment(*table);
+    m_end = last < tableEnd ? PlaceOf(*last) : std::nullopt;
+    if (!m_end) // also for the empty line after a last separator
+        m_end = AfterText(first < tableEnd ? first->offset : 0);
 }
 
 std::optional<Place> Pages::PlaceOf(const QVLayoutLineInfo& line) {
@@ -157,13 +165,18 @@ std::optional<Place> Pages::PlaceOf(const QVLayoutLineInfo& line) {
     return Place{static_cast<unsigned int>(block), static_cast<unsigned int>(offset)};
 }
 
-// What follows the text that is loaded.
-std::optional<Place> Pages::AfterSegment(const QVLayoutLineInfo& firstLine) {
-    const auto first = PlaceOf(firstLine);
-    const int after = first ? static_cast<int>(first->block) + blocksOfASegment : BlockCount();
-    if (after >= BlockCount())
+// What follows the text that is laid out: it ends with a block, though not always with the same
+// number of them.
+std::optional<Place> Pages::AfterText(int offsetInside) {
+    int offset = offsetInside;
+    for (int step = mostTextBytes; step > 0; step /= 2) {
+        if (PlaceOf({offset + step, 0}))
+            offset += step;
+    }
+    const auto last = PlaceOf({offset, 0});
+    if (!last || static_cast<int>(last->block) + 1 >= BlockCount())
         return std::nullopt;
-    return Place{static_cast<unsigned int>(after), 0};
+    return Place{last->block + 1, 0};
 }
 
 std::optional<int> Pages::MiddleOfLine(const Place& place) const {

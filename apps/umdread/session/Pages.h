@@ -40,11 +40,15 @@ public:
     void SetSize(unsigned int width, unsigned int height);
     void Set(const Setting& setting);
 
-    // Show a screen; false, with the screen as it was, when its text cannot be shown.
+    // Show a screen; false, with the screen as it was, when there is none to show. Where the text
+    // at a place cannot be shown, the nearest that can be is.
     bool Show(const Place& place);
     bool ShowLast();
     // Shows the nearest readable screen, from the block or the screen shown (-1).
     bool ShowReadable(int block, bool forward);
+
+    // Bytes of the book's text that the last Show passed over.
+    int PassedOver() const { return m_nPassedOver; }
 
     // Turns to the next or the previous screen. At a gap the screen stays.
     Turn TurnPage(bool forward, Gap* gap);
@@ -80,17 +84,21 @@ private:
         int middle; // pixels from the top of the text
     };
 
+    Gap LookAhead(bool forward);
     void LayOut();
     void Locate();
+    bool Located();
     void LocateLines(const QvFormat::QVLayoutLineInfo* table, unsigned int count);
     std::optional<Place> PlaceOf(const QvFormat::QVLayoutLineInfo& line);
-    std::optional<Place> AfterSegment(const QvFormat::QVLayoutLineInfo& firstLine);
+    std::optional<Place> AfterText(int offsetInside);
     std::string Bytes(int block);
 
+    std::string m_sPath;
     QvFormat::CPangoLayout* m_pLayout; // the renderer's
     QvFormat::CUMDRenderImpl m_renderer;
     unsigned int m_nWidth = 600;
     unsigned int m_nHeight = 800;
+    int m_nPassedOver = 0;
     Place m_begin;
     std::optional<Place> m_end;
     std::vector<Line> m_lines; // of the screen shown

@@ -62,9 +62,11 @@ public:
     const Gap& LastGap() const { return m_gap; } // what the last turn stopped at
     void PassGap();                              // goes on after it
 
-    // Jumps; false, with the screen as it was, when the text there cannot be shown.
+    // Jumps; false, with the screen as it was, when there is nothing to show. Where text cannot be
+    // shown, the nearest that can be is.
     bool GoTo(const Place& place);
     bool GoToFraction(double fraction);
+    int PassedOver() const { return m_pages.PassedOver(); } // bytes left out by the last jump
     bool GoToChapter(std::size_t index);
     bool GoToBegin() { return GoTo(Place()); }
     bool GoToEnd();

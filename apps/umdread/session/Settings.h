@@ -20,7 +20,7 @@ struct Settings {
     Theme theme = Theme::Light;
 
     int width = 900; // of the window
-    int height = 1000;
+    int height = 860;
     bool maximized = false;
     bool panel = false; // the side panel is open
 

@@ -17,7 +17,7 @@ namespace umdread {
 namespace {
 
 constexpr int panelWidth = 320;
-constexpr int narrowest = 940;      // of a window that has the panel beside the page, not over it
+constexpr int narrowest = 840;      // of a window that has the panel beside the page, not over it
 constexpr unsigned int said = 2000; // milliseconds that a short message stands
 
 } // namespace
@@ -122,26 +122,28 @@ void ReaderWindow::Turn(bool forward) {
     const umdread::Turn turn = forward ? m_pSession->NextPage() : m_pSession->PreviousPage();
     if (turn == umdread::Turn::Done)
         return UpdatePage();
+    const Gap& gap = m_pSession->LastGap();
+    if (turn == umdread::Turn::AtGap && gap.next)
+        return SayGap(_("Some %1 characters here are damaged and cannot be shown."), gap.bytes,
+                      true);
     if (turn == umdread::Turn::AtGap)
-        return SayGap();
+        return Notice(_("What follows here is damaged and cannot be shown."));
     SayShortly(forward ? _("This is the end of the book.")
                        : _("This is the beginning of the book."));
 }
 
-void ReaderWindow::SayGap() {
-    const Gap& gap = m_pSession->LastGap();
-    if (!gap.next)
-        return Notice(_("What follows here is damaged and cannot be shown."));
-    const Glib::ustring characters = std::to_string(gap.bytes / 2);
-    Notice(Glib::ustring::compose(_("Some %1 characters here are damaged and cannot be shown."),
-                                  characters),
-           true);
+void ReaderWindow::SayGap(const char* text, int bytes, bool offersToGoOn) {
+    const Glib::ustring characters = std::to_string(bytes / 2);
+    Notice(Glib::ustring::compose(text, characters), offersToGoOn);
 }
 
 void ReaderWindow::Jumped(bool shown) {
     if (!shown)
         return SayShortly(_("The text there cannot be shown."));
     UpdatePage();
+    if (m_pSession->PassedOver() > 0)
+        SayGap(_("Some %1 characters before this page are damaged and cannot be shown."),
+               m_pSession->PassedOver(), false);
     if (get_width() < narrowest && !m_panel.IsSearching())
         m_panelButton.set_active(false);
 }
@@ -252,12 +254,13 @@ void ReaderWindow::SayWhetherSaved() {
 // When nothing else is to be done, the next turn is made ready.
 void ReaderWindow::PrepareLater() {
     m_prepare.disconnect();
-    m_prepare = Glib::signal_timeout().connect(
+    m_prepare = Glib::signal_idle().connect(
         [this] {
             m_pSession->Prepare();
+            Trace("prepared");
             return false;
         },
-        50, Glib::PRIORITY_LOW);
+        Glib::PRIORITY_LOW);
 }
 
 void ReaderWindow::SetBookControls(bool reading) {

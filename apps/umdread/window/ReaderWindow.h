@@ -95,7 +95,7 @@ private:
     void PrepareLater();
     void SayShortly(const Glib::ustring& text);
     void Notice(const Glib::ustring& text, bool offersToGoOn = false);
-    void SayGap();
+    void SayGap(const char* text, int bytes, bool offersToGoOn);
     void TraceFrame();
 
     Application& m_application;

@@ -181,7 +181,7 @@ void SidePanel::StartSearch() {
     m_hits.SayEmpty("");
     m_count.set_text("");
     m_signalSearched.emit();
-    if (m_entry.get_text_length() > 0)
+    if (!m_entry.get_text().empty())
         m_step = Glib::signal_idle().connect(sigc::mem_fun(*this, &SidePanel::StepSearch));
 }
 
@@ -201,7 +201,7 @@ bool SidePanel::StepSearch() {
 
 void SidePanel::SayHits(bool done) {
     const std::size_t count = m_pSession->Hits().size();
-    if (m_entry.get_text_length() == 0)
+    if (m_entry.get_text().empty())
         return;
     const std::string number = std::to_string(count);
     if (const auto hit = m_pSession->CurrentHit())
