@@ -126,9 +126,9 @@ Program::Program(const fs::path& home, const std::vector<std::string>& arguments
     std::ofstream(home / "config/gtk-4.0/settings.ini")
         << "[Settings]\ngtk-enable-animations=false\n";
     std::vector<std::string> command = {"env", "-u", "DBUS_SESSION_BUS_ADDRESS"};
-    for (const char* setting :
-         {"GDK_BACKEND=x11", "GSK_RENDERER=cairo", "GDK_DEBUG=gl-disable", "GTK_A11Y=none",
-          "GSETTINGS_BACKEND=memory", "LC_ALL=C.UTF-8", "UMDREAD_TRACE=1"})
+    for (const char* setting : {"GDK_BACKEND=x11", "GSK_RENDERER=cairo", "GDK_DEBUG=gl-disable",
+                                "GTK_A11Y=none", "GSETTINGS_BACKEND=memory", "LC_ALL=C.UTF-8",
+                                "UMDREAD_TRACE=1", "ASAN_OPTIONS=detect_leaks=0"})
         command.push_back(setting);
     for (const auto& [name, folder] :
          std::map<std::string, std::string>{{"HOME", ""},

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
 
 #include <glib-unix.h>
+#include <glibmm/i18n.h>
 #include <glibmm/main.h>
 #include <glibmm/miscutils.h>
 #include <gtkmm/icontheme.h>
@@ -36,7 +38,17 @@ std::string DataFolder() {
 Application::Application()
     : Gtk::Application(id, UniqueWhereThereIsABus()),
       m_sFolder(Glib::build_filename(Glib::get_user_config_dir(), "umdread")),
-      m_settings(LoadSettings(m_sFolder)), m_shelf(m_sFolder) {}
+      m_settings(LoadSettings(m_sFolder)), m_shelf(m_sFolder) {
+    add_main_option_entry(OptionType::BOOL, "version", 'v', _("Say the version and end"));
+    signal_handle_local_options().connect(
+        [](const Glib::RefPtr<Glib::VariantDict>& options) {
+            if (!options->contains("version"))
+                return -1; // goes on
+            std::puts("umdread " UMDREAD_VERSION);
+            return 0;
+        },
+        false);
+}
 
 Application::~Application() = default;
 

@@ -31,6 +31,8 @@ PageView::PageView() {
     set_content_width(300);
     set_content_height(300);
     add_css_class("page");
+    gtk_accessible_update_property(GTK_ACCESSIBLE(gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL, _("Page"),
+                                   -1);
     set_draw_func(sigc::mem_fun(*this, &PageView::Paint));
     signal_resize().connect([this](int, int) { FitPage(); });
     property_scale_factor().signal_changed().connect([this] { FitPage(); });

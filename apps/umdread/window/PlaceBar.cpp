@@ -39,6 +39,7 @@ PlaceBar::PlaceBar() : m_scale(Gtk::Adjustment::create(0, 0, 1, 0.01, 0.1)) {
     m_button.set_direction(Gtk::ArrowType::UP);
     m_button.set_tooltip_text(_("Go to (Ctrl+G)"));
     m_button.add_css_class("percent");
+    m_percent.set_width_chars(6); // of the widest, so that the scale keeps its length
     MakeGoTo();
     append(m_scale);
     append(m_button);
@@ -91,7 +92,12 @@ void PlaceBar::AskWhere() {
 void PlaceBar::Dragged(double fraction) {
     const bool first = !m_dragEnd.connected();
     m_dragEnd.disconnect();
-    m_dragEnd = Glib::signal_timeout().connect([] { return false; }, dragPause);
+    m_dragEnd = Glib::signal_timeout().connect(
+        [this] {
+            m_signalDropped.emit();
+            return false;
+        },
+        dragPause);
     m_signalDragged.emit(fraction, first);
 }
 

@@ -17,6 +17,7 @@ namespace umdread {
 class PlaceBar : public Gtk::Box {
 public:
     PlaceBar();
+    ~PlaceBar() override { m_dragEnd.disconnect(); }
 
     void SetSession(Session* session);
     void Update();
@@ -24,6 +25,7 @@ public:
 
     sigc::signal<void(double fraction)>& SignalGoTo() { return m_signalGoTo; }
     sigc::signal<void(double fraction, bool first)>& SignalDragged() { return m_signalDragged; }
+    sigc::signal<void()>& SignalDropped() { return m_signalDropped; } // the drag has ended
 
 private:
     void Dragged(double fraction);
@@ -39,6 +41,7 @@ private:
     sigc::connection m_dragEnd; // pending as long as a drag goes on
     sigc::signal<void(double)> m_signalGoTo;
     sigc::signal<void(double, bool)> m_signalDragged;
+    sigc::signal<void()> m_signalDropped;
 };
 
 } // namespace umdread

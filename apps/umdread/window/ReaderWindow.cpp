@@ -257,7 +257,7 @@ void ReaderWindow::PrepareLater() {
     m_prepare = Glib::signal_idle().connect(
         [this] {
             m_pSession->Prepare();
-            Trace("prepared");
+            Trace("frame prepared=1");
             return false;
         },
         Glib::PRIORITY_LOW);
@@ -278,7 +278,12 @@ void ReaderWindow::FitPanel() {
     const bool shown = m_panelButton.get_active();
     m_panelSlide.set_reveal_child(shown);
     m_panelSlide.set_visible(shown);
-    m_column.set_margin_start(shown && get_width() >= narrowest ? panelWidth : 0);
+    const bool beside = get_width() >= narrowest;
+    m_column.set_margin_start(shown && beside ? panelWidth : 0);
+    if (beside)
+        m_panel.remove_css_class("over");
+    else
+        m_panel.add_css_class("over");
 }
 
 void ReaderWindow::TogglePanel() {
@@ -328,7 +333,8 @@ void ReaderWindow::TraceFrame() {
     const bool drawn = m_page.TakeDrawn();
     std::string line = "frame window=" + std::to_string(get_id());
     if (drawn && m_nKeyTime != 0) {
-        line += " us=" + std::to_string(g_get_monotonic_time() - m_nKeyTime * gint64{1000});
+        line += " us=" + std::to_string(g_get_monotonic_time() - m_nKeyTime * gint64{1000}) +
+                " cpu=" + std::to_string(ProcessTime() - m_nKeyCpu);
         m_nKeyTime = 0;
     }
     if (m_pSession != nullptr) {

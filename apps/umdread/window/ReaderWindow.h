@@ -100,7 +100,8 @@ private:
 
     Application& m_application;
     std::unique_ptr<Session> m_pSession;
-    guint32 m_nKeyTime = 0; // of the key press that the next frame answers
+    guint32 m_nKeyTime = 0; // of the key press that the next frame answers; milliseconds
+    gint64 m_nKeyCpu = 0;   // the process's time then; microseconds
 
     Gtk::HeaderBar m_header;
     Gtk::ToggleButton m_panelButton;

@@ -140,6 +140,7 @@ void ReaderWindow::BuildPage() {
     m_page.SignalResized().connect([this] { m_place.Update(); });
     m_place.SignalGoTo().connect(
         [this](double fraction) { Jumped(m_pSession->GoToFraction(fraction)); });
+    m_place.SignalDropped().connect([this] { SavePlace(); });
     m_place.SignalDragged().connect([this](double fraction, bool first) {
         if (first)
             m_pSession->BeginDrag();
@@ -208,6 +209,7 @@ void ReaderWindow::ListenToKeys() {
     keys->signal_key_pressed().connect(
         [this, pKeys = keys.get()](guint key, guint, Gdk::ModifierType state) {
             m_nKeyTime = pKeys->get_current_event_time();
+            m_nKeyCpu = ProcessTime();
             return OnKey(key, state);
         },
         false);

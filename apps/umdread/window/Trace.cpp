@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 namespace umdread {
 
@@ -15,6 +16,12 @@ void Trace(const std::string& line) {
         return;
     std::fputs((line + "\n").c_str(), stdout);
     std::fflush(stdout);
+}
+
+long ProcessTime() {
+    timespec now = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return now.tv_sec * 1000000 + now.tv_nsec / 1000;
 }
 
 } // namespace umdread

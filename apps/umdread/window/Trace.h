@@ -10,4 +10,7 @@ namespace umdread {
 bool IsTracing();
 void Trace(const std::string& line);
 
+// Microseconds that the processor has worked for this process.
+long ProcessTime();
+
 } // namespace umdread
