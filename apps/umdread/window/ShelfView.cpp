@@ -47,15 +47,15 @@ void PaintCover(Gtk::DrawingArea& area, const Cairo::RefPtr<Cairo::Context>& con
     context->rectangle(18.5, 10.5, width - 29, height - 21);
     context->stroke();
     const auto layout = area.create_pango_layout(Glib::ustring(title).make_valid());
-    Pango::FontDescription font("Serif Bold 12");
+    Pango::FontDescription font("Serif Bold 11");
     layout->set_font_description(font);
-    layout->set_width((width - 48) * Pango::SCALE);
+    layout->set_width((width - 36) * Pango::SCALE);
     layout->set_height(-5); // lines
     layout->set_ellipsize(Pango::EllipsizeMode::END);
     layout->set_wrap(Pango::WrapMode::WORD_CHAR);
     layout->set_alignment(Pango::Alignment::CENTER);
     context->set_source_rgba(1, 0.97, 0.9, 0.92);
-    context->move_to(28, 34);
+    context->move_to(22, 34);
     layout->show_in_cairo_context(context);
 }
 
