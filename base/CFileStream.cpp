@@ -1,6 +1,9 @@
 #include "base/CFileStream.h"
 
+#include <climits>
+
 #include <stdio_ext.h>
+#include <sys/stat.h>
 
 namespace QvFormat {
 namespace {
@@ -22,6 +25,17 @@ void TurnToReading(std::FILE* file) {
 void TurnToWriting(std::FILE* file) {
     if (__freading(file))
         std::fseek(file, 0, SEEK_CUR);
+}
+
+// Asks the system, which leaves alone what stdio has read ahead. False where the size is no length,
+// as for a device.
+bool StoreFileSize(std::FILE* file, long* length) {
+    struct stat status = {};
+    if (fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > LONG_MAX)
+        return false;
+    if (length)
+        *length = static_cast<long>(status.st_size);
+    return true;
 }
 
 QVRESULT StoreFlag(bool flag, int* out) {
@@ -68,8 +82,17 @@ QVRESULT CFileStream::Seek(long offset, SeekMode mode, long* position) {
         return QV_E_NOTREADY;
     if (mode < SeekFromBegin || mode > SeekFromEnd)
         return QV_E_INVALIDARG;
-    std::fseek(m_pFile.get(), offset, mode);
+    if (!StandsAt(offset, mode))
+        std::fseek(m_pFile.get(), offset, mode);
     return Tell(position);
+}
+
+// stdio asks the system to move for every seek, also to where the file stands. A seek is left out
+// only where nothing hangs on it: it also forgets that the end was met, and turns between reading
+// and writing.
+bool CFileStream::StandsAt(long offset, SeekMode mode) const {
+    return m_nOpenType == FileOpenRead && mode == SeekFromBegin && !std::feof(m_pFile.get()) &&
+           std::ftell(m_pFile.get()) == offset;
 }
 
 QVRESULT CFileStream::GetCanRead(int* canRead) {
@@ -93,6 +116,8 @@ QVRESULT CFileStream::GetCanWrite(int* canWrite) {
 QVRESULT CFileStream::GetLength(long* length) {
     if (!m_pFile)
         return QV_E_NOTREADY;
+    if (m_nOpenType == FileOpenRead && StoreFileSize(m_pFile.get(), length))
+        return QV_S_OK;
     const long position = std::ftell(m_pFile.get());
     Seek(0, SeekFromEnd, length);
     return Seek(position, SeekFromBegin, nullptr);

@@ -5,9 +5,9 @@
 
 namespace QvFormat {
 
-// A byte stream over a file, through stdio. Apart from ReadByte, WriteByte and Flush no operation
-// reports an error of the file: Read and Write show it in the count they store, Seek in the
-// position.
+// A byte stream over a file, through stdio. One thread at a time; the stream owns the file. Apart
+// from ReadByte, WriteByte and Flush no operation reports an error of the file: Read and Write show
+// it in the count they store, Seek in the position.
 class UMDFORMAT_API CFileStream : public IQVSequentialStream {
 public:
     // Opens `path`, which is only read during the call. When that fails, or `path` is null or
@@ -38,6 +38,8 @@ public:
     QVRESULT WriteByte(unsigned char value) override;
 
 protected:
+    UMDFORMAT_HIDDEN bool StandsAt(long offset, SeekMode mode) const;
+
     FilePtr m_pFile; // null: not open
     FileOpenType m_nOpenType;
 };

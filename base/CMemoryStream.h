@@ -10,8 +10,8 @@ struct OperatorDelete {
     void operator()(unsigned char* buffer) const { ::operator delete(buffer); }
 };
 
-// A byte stream over a fixed buffer in memory, which never grows: reads and writes stop at its end
-// and the position stays within it.
+// A byte stream over a fixed buffer in memory. One thread at a time; the stream owns the buffer.
+// The buffer never grows: reads and writes stop at its end and the position stays within it.
 class UMDFORMAT_API CMemoryStream : public IQVSequentialStream {
 public:
     // Takes ownership of `buffer`, which must come from the global operator new (not new[]) and is
@@ -35,7 +35,7 @@ public:
     QVRESULT Tell(long* position) override;
     QVRESULT Close() override;
 
-    // QV_E_NOTIMPL, open or not: there is nothing to hand on.
+    // QV_E_NOTIMPL, open or not: nothing is buffered.
     QVRESULT Flush() override;
 
     // Bytes beyond the end are dropped: the count stored is smaller then, the result QV_S_OK.
@@ -44,7 +44,7 @@ public:
     QVRESULT WriteByte(unsigned char value) override;
 
 protected:
-    int CountThatFits(int count) const;
+    UMDFORMAT_HIDDEN int CountThatFits(int count) const;
 
     std::unique_ptr<unsigned char, OperatorDelete> m_pBuffer; // null: not open
     long m_nLength;

@@ -7,8 +7,8 @@
 
 namespace QvFormat {
 
-// Small functions shared by the library's parts. They keep no state and take any input, null
-// pointers included; flags and answers are 1 or 0.
+// Small functions shared by the library's parts. Any thread may call them: they keep no state and
+// own nothing. They take any input, null pointers included; flags and answers are 1 or 0.
 class UMDFORMAT_API CUtility {
 public:
     CUtility() = delete;
@@ -16,7 +16,7 @@ public:
     // The pixels that both rectangles hold; all zeros when there are none.
     static QV_RECT GetIntersectRect(const QV_RECT& first, const QV_RECT& second);
     // 1 when width or height is exactly 0; meant for results of GetIntersectRect. A rectangle
-    // whose right lies left of its left is not found out.
+    // whose right lies left of its left is not detected.
     static int IsEmptyRect(QV_RECT rect);
 
     // The encoding's name, "" for a value that names none. A constant, never null.

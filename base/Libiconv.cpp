@@ -87,6 +87,8 @@ public:
     bool Convert(const Run& run);
 
 private:
+    bool ConvertPossible(const Run& run);
+    std::size_t PossibleSize(const Run& run) const;
     bool PassObstacle(const Run& run);
     bool Identify(const Run& run, Character* character);
     bool OpenTransliterating();
@@ -121,7 +123,36 @@ bool Converter::Set(int request, bool on) {
     return true;
 }
 
+// Converts piece by piece what lies between sequences that no UTF-8 has. A character that such a
+// sequence cuts is invalid, not cut off.
 bool Converter::Convert(const Run& run) {
+    for (;;) {
+        std::size_t possible = PossibleSize(run);
+        const std::size_t rest = *run.inLeft - possible;
+        const bool done = ConvertPossible({run.in, &possible, run.out, run.outLeft});
+        *run.inLeft = possible + rest;
+        if (rest == 0 || (!done && errno != EINVAL))
+            return done;
+        if (!Discard(run, 1))
+            return false;
+    }
+}
+
+// How many bytes stand before the next sequence that would be a character above U+10FFFF. The C
+// library takes those, up to six bytes long, for characters like any other.
+std::size_t Converter::PossibleSize(const Run& run) const {
+    const std::size_t size = *run.inLeft;
+    if (std::strcmp(m_szFrom, "UTF-8") != 0)
+        return size;
+    const auto* bytes = reinterpret_cast<const unsigned char*>(*run.in);
+    for (std::size_t i = 0; i < size; ++i) {
+        if (bytes[i] > 0xF4 || (bytes[i] == 0xF4 && i + 1 < size && bytes[i + 1] >= 0x90))
+            return i;
+    }
+    return size;
+}
+
+bool Converter::ConvertPossible(const Run& run) {
     while (run.Convert(m_pPlain) == g_nFailed) {
         if (errno != EILSEQ || !PassObstacle(run))
             return false;
@@ -149,7 +180,7 @@ bool Converter::PassObstacle(const Run& run) {
 }
 
 // Converts one character to UTF-32, for which every character is good: room for no more than one
-// stops the conversion behind it. False when the probe cannot be opened.
+// stops the conversion after it. False when the probe cannot be opened.
 bool Converter::Identify(const Run& run, Character* character) {
     if (!m_pProbe)
         m_pProbe = QvFormat::Open("UTF-32LE", m_szFrom);

@@ -3,13 +3,15 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/LittleEndian.h"
+#include "layout/Paragraphs.h"
 #include "umd/CUMDHandler.h"
 
 namespace QvFormat {
 
-BookText::BookText(CUMDHandler* handler, const int* chunkOffsets, const BookSizes& sizes)
+BookText::BookText(CUMDHandler* handler, const int* chunkOffsets, int length, int blocksPerSegment)
     : m_pHandler(handler), m_pChunkOffsets(chunkOffsets), m_nChunkCount(handler->GetChunkCount()),
-      m_sizes(sizes) {}
+      m_nLength(length), m_nBlocksPerSegment(blocksPerSegment) {}
 
 int BookText::Read(int offset, int length, unsigned char* bytes) {
     const int* ends = m_pChunkOffsets + 1;
@@ -39,18 +41,12 @@ bool BookText::Inflate(int chunk) {
     return m_pChunk != nullptr;
 }
 
-int BookText::SegmentBytes(int block) const {
-    return m_sizes.blockCount - block > m_sizes.blocksPerSegment
-               ? m_sizes.segment
-               : m_sizes.content - block * m_sizes.block;
-}
-
 SegmentText BookText::ReadBlocks(const BookPosition& place, int count) {
-    if (place.block < 0 || place.block >= m_sizes.blockCount)
+    if (place.block < 0 || place.block > m_nLength / kBlockBytes)
         return {};
-    const int start = place.block * m_sizes.block;
-    const int length = std::min(
-        {count * m_sizes.block, m_sizes.content - start, m_pChunkOffsets[m_nChunkCount] - start});
+    const int start = place.block * kBlockBytes;
+    const int length =
+        std::min({count * kBlockBytes, m_nLength - start, m_pChunkOffsets[m_nChunkCount] - start});
     MallocPtr<unsigned char> content(
         length > 0 ? static_cast<unsigned char*>(std::malloc(static_cast<std::size_t>(length)))
                    : nullptr);
@@ -60,35 +56,35 @@ SegmentText BookText::ReadBlocks(const BookPosition& place, int count) {
     const bool hasBefore = place.block > 0 && Read(start - kUtf16UnitBytes, kUtf16UnitBytes,
                                                    before) == kUtf16UnitBytes;
     int read = Read(start, length, content.get());
-    if (start + read < m_sizes.content)
-        read -= read % m_sizes.block;
-    SegmentText segment = ConvertBlocks(content.get(), read, m_sizes.block);
+    if (start + read < m_nLength)
+        read -= read % kBlockBytes;
+    SegmentText segment = ConvertBlocks(content.get(), read);
     segment.first = place.block;
-    segment.continues = hasBefore && !IsParagraphSeparator(before);
+    segment.continues = hasBefore && !IsParagraphSeparator(LoadLE16(before));
     segment.StartAt(place.offset);
     return segment;
 }
 
 SegmentText BookText::ReadSegment(const BookPosition& place) {
-    SegmentText segment = ReadBlocks(place, m_sizes.blocksPerSegment);
-    const int whole = std::min(m_sizes.blockCount - place.block, m_sizes.blocksPerSegment);
-    return segment.blocks < whole ? SegmentText() : std::move(segment);
+    SegmentText segment = ReadBlocks(place, m_nBlocksPerSegment);
+    const bool reachesEnd = place.block + segment.blocks == BlocksIn(m_nLength);
+    return segment.blocks == m_nBlocksPerSegment || reachesEnd ? std::move(segment) : SegmentText();
 }
 
 SegmentText BookText::ReadBlocksUpTo(int last) {
     int first = last + 1;
-    while (last - first + 1 < m_sizes.blocksPerSegment && ReadBlocks({first - 1, 0}, 1).blocks > 0)
+    while (last - first + 1 < m_nBlocksPerSegment && ReadBlocks({first - 1, 0}, 1).blocks > 0)
         --first;
     return ReadBlocks({first, 0}, last - first + 1);
 }
 
 int BookText::FindReadableBlock(int block, int step, int* passedOver) {
-    for (; block >= 0 && block < m_sizes.blockCount; block += step) {
+    for (; block >= 0 && block < BlocksIn(m_nLength); block += step) {
         const SegmentText found = ReadBlocks({block, 0}, 1);
         if (found.Length() > 0)
             return block;
         if (found.blocks == 0)
-            *passedOver += std::min(m_sizes.block, m_sizes.content - block * m_sizes.block);
+            *passedOver += std::min(kBlockBytes, m_nLength - block * kBlockBytes);
     }
     return -1;
 }

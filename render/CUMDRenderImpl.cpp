@@ -42,11 +42,7 @@ std::optional<PageCutter> EmptyScreen(ITextLayout* layout) {
 
 // --- the object ---------------------------------------------------------------------------------
 
-CUMDRenderImpl::CUMDRenderImpl()
-    : m_pBlockOffsets(
-          new (std::nothrow) int
-              [static_cast<std::size_t>((m_nSegmentBytes + m_nBlockSize - 1) / m_nBlockSize) + 1]) {
-}
+CUMDRenderImpl::CUMDRenderImpl() : m_pBlockOffsets(new (std::nothrow) int[kMostBlocks + 1]) {}
 
 CUMDRenderImpl::~CUMDRenderImpl() {
     WirteQvp();
@@ -200,10 +196,9 @@ QVRESULT CUMDRenderImpl::OpenBook(IQVSequentialStream* stream, ITextLayout* layo
     if (!m_pLayout || !CreatUmdNodeIndexList())
         return QV_E_FAIL;
     m_nContentLength = m_pUmdHandler->GetContentLength();
-    const int roundUp = m_nBlockSize - 1;
-    if (m_nContentLength <= 0 || m_nContentLength > INT_MAX - roundUp)
+    if (m_nContentLength <= 0 || m_nContentLength > INT_MAX - kBlockBytes + 1)
         return QV_E_FAIL;
-    m_nBlockCount = (m_nContentLength + roundUp) / m_nBlockSize;
+    m_nBlockCount = BlocksIn(m_nContentLength);
     m_pLayout->SetIndent(m_nFontSize ? FirstLineIndent() : 2 * kDefaultFontSize);
     return QV_S_OK;
 }
@@ -229,19 +224,19 @@ int CUMDRenderImpl::CreatUmdNodeIndexList() {
 // --- from chunks to laid-out text ---------------------------------------------------------------
 
 BookText CUMDRenderImpl::Text() const {
-    return BookText(
-        m_pUmdHandler.get(), m_pChunkOffsets.get(),
-        {m_nContentLength, m_nBlockSize, m_nSegmentBytes, m_nBlocksPerSegment, m_nBlockCount});
+    return BookText(m_pUmdHandler.get(), m_pChunkOffsets.get(), m_nContentLength,
+                    m_nBlocksPerSegment);
 }
 
 unsigned char* CUMDRenderImpl::GetBlockContent(int block, int* length) {
     if (!length || block < 0 || block >= m_nBlockCount)
         return nullptr;
-    BookText text = Text();
-    *length = text.SegmentBytes(block);
+    const int start = block * m_nBlockSize;
+    *length =
+        m_nBlockCount - block > m_nBlocksPerSegment ? m_nSegmentBytes : m_nContentLength - start;
     MallocPtr<unsigned char> content(
         static_cast<unsigned char*>(std::calloc(static_cast<std::size_t>(*length) + 4, 1)));
-    if (!content || text.Read(block * m_nBlockSize, *length, content.get()) < *length)
+    if (!content || Text().Read(start, *length, content.get()) < *length)
         return nullptr;
     return content.release();
 }
@@ -249,8 +244,8 @@ unsigned char* CUMDRenderImpl::GetBlockContent(int block, int* length) {
 unsigned char* CUMDRenderImpl::UnicodeToUtf8(unsigned char const* content, int length) {
     if (!content || length <= 0 || length > m_nSegmentBytes || !m_pBlockOffsets)
         return nullptr;
-    SegmentText segment = ConvertBlocks(content, length, m_nBlockSize);
-    if (segment.blocks * m_nBlockSize < length)
+    SegmentText segment = ConvertBlocks(content, length);
+    if (segment.blocks < BlocksIn(length))
         return nullptr;
     std::copy_n(segment.offsets.begin(), segment.blocks + 1, m_pBlockOffsets.get());
     m_nSegmentBlocks = segment.blocks;
@@ -259,6 +254,11 @@ unsigned char* CUMDRenderImpl::UnicodeToUtf8(unsigned char const* content, int l
 
 std::unique_ptr<SegmentText>& CUMDRenderImpl::Ahead() const {
     return static_cast<ShownBook*>(m_pUmdHandler.get())->m_pAhead;
+}
+
+bool CUMDRenderImpl::IsAhead(const BookPosition& place) const {
+    const SegmentText* ahead = Ahead().get();
+    return ahead && ahead->first == place.block && ahead->start == place.offset;
 }
 
 // Whether the text goes on with a paragraph is beyond ITextLayout, whose slots are fixed; another
@@ -298,7 +298,10 @@ bool CUMDRenderImpl::TakeOver(const SegmentText& segment) {
 int CUMDRenderImpl::UmdSetText(int block, int offset) {
     if (block < 0 || block >= m_nBlockCount)
         return 0;
-    return Load(Text().ReadSegment({block, offset})) ? 1 : 0;
+    if (!IsAhead({block, offset}))
+        return Load(Text().ReadSegment({block, offset})) ? 1 : 0;
+    const std::unique_ptr<SegmentText> segment = std::move(Ahead());
+    return TakeOver(*segment) ? 1 : 0;
 }
 
 // Where the segment that begins with the place's block cannot be loaded, what of it stands before
@@ -397,19 +400,10 @@ QVRESULT CUMDRenderImpl::GotoNextScreen() {
     BookPosition place = {};
     if (!FindNextScreen(&line, &place))
         return QV_E_FAIL;
-    if (line >= 0) {
-        m_nCurLine = line;
-        return QV_S_OK;
-    }
-    if (!IsAhead(place))
+    if (line < 0)
         return UmdSetText(place.block, place.offset) ? QV_S_OK : QV_E_FAIL;
-    const std::unique_ptr<SegmentText> segment = std::move(Ahead());
-    return TakeOver(*segment) ? QV_S_OK : QV_E_FAIL;
-}
-
-bool CUMDRenderImpl::IsAhead(const BookPosition& place) const {
-    const SegmentText* ahead = Ahead().get();
-    return ahead && ahead->first == place.block && ahead->start == place.offset;
+    m_nCurLine = line;
+    return QV_S_OK;
 }
 
 QVRESULT CUMDRenderImpl::PrepareNextScreen() {

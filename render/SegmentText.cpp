@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 #include "base/CUtility.h"
-#include "base/LittleEndian.h"
+#include "layout/Paragraphs.h"
 
 namespace QvFormat {
 
@@ -31,20 +30,16 @@ void SegmentText::StartAt(int offset) {
 }
 
 bool SegmentText::StartsInsideParagraph() const {
-    if (start == 0)
-        return continues;
-    const unsigned char* end = text.get() + start;
-    const bool separated = end[-1] == '\n' || end[-1] == '\r' ||
-                           (start >= 3 && std::memcmp(end - 3, "\xe2\x80\xa9", 3) == 0);
-    return !separated;
+    return start == 0 ? continues
+                      : !EndsParagraph(reinterpret_cast<const char*>(text.get()), start);
 }
 
-SegmentText ConvertBlocks(const unsigned char* content, int length, int blockSize) {
+SegmentText ConvertBlocks(const unsigned char* content, int length) {
     SegmentText segment;
     segment.text.reset(
         static_cast<unsigned char*>(std::calloc(static_cast<std::size_t>(length), kUtf8Allocated)));
-    for (int at = 0; segment.text && at < length; at += blockSize) {
-        const int size = std::min(blockSize, length - at) / kUtf16UnitBytes * kUtf16UnitBytes;
+    for (int at = 0; segment.text && at < length; at += kBlockBytes) {
+        const int size = std::min(kBlockBytes, length - at) / kUtf16UnitBytes * kUtf16UnitBytes;
         const int end = segment.Length();
         unsigned long written = 0;
         if (CUtility::ConvertEncoding(
@@ -56,11 +51,6 @@ SegmentText ConvertBlocks(const unsigned char* content, int length, int blockSiz
             end + static_cast<int>(written);
     }
     return segment;
-}
-
-bool IsParagraphSeparator(const unsigned char* unit) {
-    const std::uint16_t character = LoadLE16(unit);
-    return character == 0x2029 || character == '\n' || character == '\r';
 }
 
 } // namespace QvFormat

@@ -8,7 +8,12 @@
 namespace QvFormat {
 
 constexpr int kUtf16UnitBytes = 2;
-constexpr int kMostBlocks = 80; // of a segment
+constexpr int kBlockBytes = 128; // of UTF-16LE
+constexpr int kMostBlocks = 80;  // of a segment
+
+constexpr int BlocksIn(int bytes) {
+    return (bytes + kBlockBytes - 1) / kBlockBytes;
+}
 
 // The text of a run of blocks: UTF-8, each block converted on its own.
 struct SegmentText {
@@ -34,9 +39,6 @@ struct SegmentText {
 // Converts UTF-16LE, at most kMostBlocks blocks of it, up to the first block that cannot be
 // converted: one that ends inside a character. Invalid sequences and half a unit at the end are
 // left out. Without memory there are no blocks.
-SegmentText ConvertBlocks(const unsigned char* content, int length, int blockSize);
-
-// Whether this UTF-16LE unit separates two paragraphs, as Pango sees it.
-bool IsParagraphSeparator(const unsigned char* unit);
+SegmentText ConvertBlocks(const unsigned char* content, int length);
 
 } // namespace QvFormat

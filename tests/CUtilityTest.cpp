@@ -95,6 +95,10 @@ TEST(ConvertEncoding, DamagedInputFailsOrIsLeftOutAndCutInputFailsEitherWay) {
                 {CharsetUTF32BE, "\0\x11\0\0\0\0\0Y"s, no, "Y"},
                 {CharsetUTF8, "Y\x80\xE4\xB8Z", no, "YZ"},
                 {CharsetUTF8, "Y\xE4\xB8", no, no},
+                {CharsetUTF8, "Y\xF4\x8F\xBF\xBFZ\xF4\x90\x80\x80", no, "Y\xF4\x8F\xBF\xBFZ"},
+                {CharsetUTF8, "Y\xF7\xBF\xBF\xBFZ\xF8\x88\x80\x80\x80", no, "YZ"},
+                {CharsetUTF8, "\xE4\xB8\xFC\x84\x80\x80\x80\x80Z\xFF", no, "Z"},
+                {CharsetUTF8, "\xF4\x90Z\xF4\x8F", no, no},
                 {CharsetBig5, "\xA4\xA4\xA4 Z", no, "\xE4\xB8\xAD Z"}};
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.in));

@@ -139,6 +139,22 @@ TEST_P(StreamTest, StreamThatIsClosedOrNeverOpenedIsNotReady) {
     ExpectNotOpen(std::make_unique<CMemoryStream>(nullptr, 5), QV_E_NOTIMPL);
 }
 
+TEST_F(FileStreamTest, FileThatGrowsIsReadOnFromWhereItEnded) {
+    const StreamPtr stream = OpenFile(path.c_str(), FileOpenRead);
+    long length = -7;
+    EXPECT_EQ(Read(stream, 20), "0123456789");
+    StreamPtr other = OpenFile(path.c_str(), FileOpenReadWrite);
+    other->Seek(0, SeekFromEnd, nullptr);
+    Write(other, "abc");
+    other.reset();
+    EXPECT_EQ(stream->GetLength(&length), QV_S_OK);
+    EXPECT_EQ(length, 13);
+    stream->Seek(10, SeekFromBegin, nullptr);
+    EXPECT_EQ(Read(stream, 20), "abc");
+    OpenFile("/dev/zero", FileOpenRead)->GetLength(&length);
+    EXPECT_EQ(length, 0);
+}
+
 TEST_F(FileStreamTest, OpenTypeDecidesWhatCanBeDone) {
     const struct {
         int type, canRead, canWrite, flushed;

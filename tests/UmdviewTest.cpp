@@ -1,10 +1,12 @@
 // What the reference host does with books, and with what it cannot use.
 #include <algorithm>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <png.h>
 
+#include "CreateFormatRenderInstance.h"
 #include "tests/UmdviewFixture.h"
 
 namespace {
@@ -27,7 +29,8 @@ TEST_F(UmdviewTest, InfoOfABook_TellsItsFieldsAndKeepsControlsFromTheTerminal) {
         "vendor": "V", "date": {"year": "2008", "month": "3", "day": null}, "chunks": 1,
         "damagedChunks": [], "declaredBytes": 12, "actualBytes": 10, "actualCharacters": 4,
         "lengthsAgree": false, "blocks": 1, "blockBytes": 128, "place": null,
-        "chapters": [{"title": "一", "textOffset": 0, "percent": 0.0, "block": 0, "offset": 0}],
+        "chapters": [{"title": "一", "textOffset": 0,
+                      "place": {"percent": 0.0, "block": 0, "offset": 0}}],
         "warnings": [
         "it declares 12 bytes of text but holds 10: the last screens cannot be shown"]})"));
     EXPECT_FALSE(Exists("book.umd.qvp"));
@@ -38,19 +41,15 @@ TEST_F(UmdviewTest, ChapterTableThatLies_IsToldAsFarAsItMakesSense) {
     // In order, inside a pair, inside a unit, before the text, in the second block, at the first
     // byte after the text that is there, and as far off as can be.
     const std::vector<int> offsets = {0, 4, 7, -6, 130, 256, 0x7FFFFFFF};
-    const nlohmann::json places[] = {
-        {0, 0, 0.0}, {0, 3, 0.0}, {0, 7, 0.0}, {nullptr, nullptr, nullptr}, {1, 2, 50.0}};
     Write("book.umd", BookOfChunks({utf16.substr(0, 3), utf16.substr(3)}, 384, offsets));
-    const auto chapters = Json("info --json book.umd")["chapters"];
-    ASSERT_EQ(chapters.size(), offsets.size());
-    for (std::size_t i = 0; i < offsets.size(); ++i) {
-        const auto& chapter = chapters[i];
-        EXPECT_EQ(chapter["title"], std::to_string(i));
-        EXPECT_EQ(chapter["textOffset"], offsets[i]);
-        EXPECT_EQ(nlohmann::json({chapter["block"], chapter["offset"], chapter["percent"]}),
-                  i < 5 ? places[i] : places[3])
-            << i;
-    }
+    EXPECT_EQ(Json("info --json book.umd")["chapters"], nlohmann::json::parse(R"([
+        {"title": "0", "textOffset": 0, "place": {"percent": 0.0, "block": 0, "offset": 0}},
+        {"title": "1", "textOffset": 4, "place": {"percent": 0.0, "block": 0, "offset": 3}},
+        {"title": "2", "textOffset": 7, "place": {"percent": 0.0, "block": 0, "offset": 7}},
+        {"title": "3", "textOffset": -6, "place": null},
+        {"title": "4", "textOffset": 130, "place": {"percent": 50.0, "block": 1, "offset": 2}},
+        {"title": "5", "textOffset": 256, "place": null},
+        {"title": "6", "textOffset": 2147483647, "place": null}])"));
     EXPECT_TRUE(Contains(Run("info book.umd").out, "\nChapters:   7\n   1    0.0 %  0\n"));
     EXPECT_TRUE(Contains(Run("info book.umd").out, "\n   5   50.0 %  4\n   6     -     5\n"));
 }
@@ -123,12 +122,87 @@ TEST_F(UmdviewTest, RenderOfARange_DrawsTheSameScreensAsRenderOfAll) {
     }
 }
 
-TEST_F(UmdviewTest, RenderAtAPositionOrFontSize_DrawsOtherScreens) {
-    Draw("plain", "--screens 1");
-    Draw("indent", "--screens 1 --font-size 40");
-    EXPECT_FALSE(Screen("plain", 1) == Screen("indent", 1));
+// The host's own layout must not drift from that of the library's factory.
+TEST_F(UmdviewTest, RenderWithoutOptions_DrawsWhatTheFactorysRendererDraws) {
+    Draw("out", "--screens 2");
+    fs::create_directory(m_Folder / "copy");
+    fs::copy(m_Folder / "book.umd", m_Folder / "copy");
+    QvFormat::IFormatRender* opened = nullptr;
+    CreateFormatRenderInstance((m_Folder / "copy/book.umd").c_str(), &opened);
+    const std::unique_ptr<QvFormat::IFormatRender> book(opened);
+    std::string pixels(600 * 800, '\0');
+    const QvFormat::QV_IMAGE image{0, reinterpret_cast<unsigned char*>(pixels.data()), 800, 600,
+                                   600};
+    EXPECT_EQ(book->GotoPosition(0), QvFormat::QV_S_OK);
+    EXPECT_EQ(book->GotoNextScreen(), QvFormat::QV_S_OK);
+    EXPECT_EQ(book->DrawCurScreen(image, 0, 0), QvFormat::QV_S_OK);
+    for (char& pixel : pixels)
+        pixel = static_cast<char>(~pixel);
+    EXPECT_TRUE(Screen("out", 2) == "P5\n600 800\n255\n" + pixels);
+}
+
+TEST_F(UmdviewTest, RenderWithALook_ChangesLettersSpacingAndMargin) {
+    const auto screen = [&](const std::string& options) {
+        Draw("out", "--screens 1 --size 200x300 " + options);
+        const std::string image = Screen("out", 1);
+        return image.substr(image.size() - 200 * 300);
+    };
+    const std::string plain = screen("");
+    for (const char* options :
+         {"--font 'fzlth 30'", "--font 'DejaVu Serif 18'", "--line-spacing 9"})
+        EXPECT_FALSE(screen(options) == plain) << options;
+    EXPECT_TRUE(screen("--font 'fzlth 18' --line-spacing 0 --margin 0") == plain);
+    // The margin holds no ink; what lies within is the screen of that size.
+    Draw("small", "--screens 1 --size 160x260");
+    const std::string small = Screen("small", 1).substr(Screen("small", 1).size() - 160 * 260);
+    std::string framed(200 * 300, '\xFF');
+    for (std::size_t row = 0; row < 260; ++row)
+        framed.replace((row + 20) * 200 + 20, 160, small, row * 160, 160);
+    EXPECT_TRUE(screen("--margin 20") == framed);
+}
+
+TEST_F(UmdviewTest, ChapterAskedFor_IsDrawnFromItsFirstCharacterAndWrittenToItsLast) {
+    WriteBook({u"",
+               u"",
+               u"",
+               u"",
+               u"",
+               u"",
+               u"",
+               u"",
+               {{u"1", LongText()}, {u"2", u"甲乙\u2029"}, {u"3", u"丙\u2029" + LongText()}},
+               {}});
+    EXPECT_EQ(Run("text --chapter 2 book.umd").All(), "0|甲乙\n|");
+    EXPECT_TRUE(Run("text --raw --chapter 3 book.umd").out ==
+                "丙\u2029" + umdbook::ToUtf8(LongText()));
+    EXPECT_EQ(Run("text --chapter 4 book.umd").All(),
+              "1||umdview: book.umd: there is no chapter 4; the book has 3\n");
+    Draw("three", "--chapter 3 --screens 1-2");
+    WriteBook(SmallBook(u"丙\u2029" + LongText()));
+    Draw("alone", "--screens 1-2");
+    for (const int number : {1, 2})
+        EXPECT_TRUE(Screen("three", number) == Screen("alone", number)) << number;
     EXPECT_EQ(Draw("last", "--position 1").out,
               "1 screen drawn to last/ (screen-0001.pgm), the book ends at screen 1\n");
+}
+
+TEST_F(UmdviewTest, TextThatCannotBeShown_IsPassedOverAndNamed) {
+    std::u16string text = LongText();
+    text.replace(64 * 100 - 1, 2, u"😀"); // across the end of block 99
+    WriteBook(SmallBook(text));
+    const std::string damaged =
+        "umdview: book.umd: damaged: the character at byte 12798 lies across "
+        "two blocks: the text around it cannot be shown\n";
+    const Result all = Draw("all", "--all");
+    EXPECT_EQ(all.status, 1);
+    EXPECT_TRUE(Contains(all.err, damaged + "umdview: book.umd: 128 bytes of text after screen "));
+    // A jump to the block goes on after it, too.
+    const Result jump =
+        Draw("jump", "--screens 1 --position " +
+                         std::to_string(99.5 / (static_cast<double>(text.size()) / 64)));
+    EXPECT_EQ(jump.err,
+              damaged + "umdview: book.umd: 128 bytes of text after screen 0 could not be shown\n");
+    EXPECT_TRUE(Contains(jump.out, "1 screen drawn"));
 }
 
 TEST_F(UmdviewTest, TextInChunksCutAnywhere_IsWholeAndEndsParagraphsWithNewlines) {
@@ -186,7 +260,6 @@ TEST_F(UmdviewTest, WhatCannotBeReadOrWritten_GivesNameReasonStatus1AndNoHalfIma
                  {{"render --resume --out out "}, "missing", "missing: No such file or directory"},
                  {{"render --out words/out "}, "book.umd", "words/out: Not a directory"},
                  {{"text "}, "book.umd >/dev/full", "standard output: No space left on device"},
-                 {render, "", "temporary folder: Not a directory", "export TMPDIR=words;"},
                  {render, "", "out/screen-0001.png: File too large", limit},
                  {render, "--format pgm", "out/screen-0001.pgm: File too large", limit}};
     for (const auto& row : cases) {
@@ -212,7 +285,8 @@ TEST_F(UmdviewTest, CommandLine_ThatMakesNoSenseGivesStatus2AndHelpStatus0) {
         "--size 0x800",   "--size 600x10001",    "--size 600",      "--size 6x8x9",
         "--size -6x8",    "--screens 0",         "--screens 3-2",   "--screens 1-",
         "--screens x",    "--screens 1-2 --all", "--position 1.01", "--position -0.1",
-        "--position nan", "--font-size 0",       "--format gif",    "--resume --position 0"};
+        "--position nan", "--font Serif",        "--format gif",    "--resume --position 0",
+        "--margin 300",   "--margin -1",         "--chapter 0",     "--chapter 1 --resume"};
     for (const std::string option : refused) {
         const Result result = Run(render + option);
         EXPECT_EQ(result.status, 2) << option;

@@ -11,35 +11,22 @@
 #include <zlib.h>
 
 #include "base/LittleEndian.h"
+#include "umd/UMDFormat.h"
 
 namespace umdbook {
 
 namespace {
 
-// Node types; docs/umd-format.md says which of them a reader acts on.
-enum NodeType : std::uint16_t {
-    BookType = 0x01,
-    Title = 0x02,
-    Author = 0x03,
-    Year = 0x04,
-    Month = 0x05,
-    Day = 0x06,
-    Genre = 0x07,
-    Publisher = 0x08,
-    Vendor = 0x09,
-    ChunksFollow = 0x0A,
-    ContentLength = 0x0B,
+using namespace QvFormat::UMDFormat;
+
+// Types that a reader skips.
+enum SkippedType : int {
     FileEnd = 0x0C,
     ChunkList = 0x81,
     Cover = 0x82,
-    ChapterOffsets = 0x83,
-    ChapterTitles = 0x84,
     PageOffsets = 0x87,
-    Separator = 0xF1,
 };
 
-constexpr std::size_t functionHeaderBytes = 5;
-constexpr std::size_t dataHeaderBytes = 9;
 constexpr std::size_t stringUnits = 125;       // a node of 255 bytes less its header
 constexpr std::size_t chapterTitleUnits = 127; // a size of one byte
 constexpr std::size_t fileLimit = std::numeric_limits<std::int32_t>::max();
@@ -100,10 +87,10 @@ public:
     std::size_t Size() const { return m_bytes.size(); }
     Bytes Take() { return std::move(m_bytes); }
 
-    void Function(NodeType type, const Bytes& content) { AddFunction(type, 0, content); }
+    void Function(int type, const Bytes& content) { AddFunction(type, 0, content); }
 
-    // A function node whose content ends with the identifier of the data node behind it.
-    void Announced(NodeType type, const Bytes& head, const Bytes& data) {
+    // A function node whose content ends with the identifier of the data node that follows.
+    void Announced(int type, const Bytes& head, const Bytes& data) {
         const std::uint32_t identifier = m_nextIdentifier++;
         AddFunction(type, 1, head + LE32(identifier));
         AddData(identifier, data);
@@ -115,19 +102,19 @@ public:
     }
 
 private:
-    void AddFunction(NodeType type, unsigned char flag, const Bytes& content) {
-        const auto length = static_cast<unsigned char>(functionHeaderBytes + content.size());
+    void AddFunction(int type, unsigned char flag, const Bytes& content) {
+        const auto length = static_cast<unsigned char>(FunctionHeaderSize + content.size());
         const auto low = static_cast<unsigned char>(type);
         Append({'#', low, static_cast<unsigned char>(type >> 8), flag, length});
         Append(content);
     }
 
     void AddData(std::uint32_t identifier, const Bytes& content) {
-        if (content.size() > fileLimit - dataHeaderBytes)
+        if (content.size() > fileLimit - DataHeaderSize)
             throw std::length_error("a data node of this book passes 2 GiB");
         Append({'$'});
         Append(LE32(identifier));
-        Append(LE32(static_cast<std::uint32_t>(dataHeaderBytes + content.size())));
+        Append(LE32(static_cast<std::uint32_t>(DataHeaderSize + content.size())));
         Append(content);
     }
 
@@ -142,7 +129,7 @@ private:
 };
 
 void AddStrings(NodeList& nodes, const Book& book) {
-    const std::pair<NodeType, const std::u16string*> strings[] = {
+    const std::pair<int, const std::u16string*> strings[] = {
         {Title, &book.title},         {Author, &book.author}, {Year, &book.year},
         {Month, &book.month},         {Day, &book.day},       {Genre, &book.genre},
         {Publisher, &book.publisher}, {Vendor, &book.vendor}};
@@ -176,13 +163,13 @@ void AddChapterTable(NodeList& nodes, const Book& book) {
     nodes.Announced(ChapterTitles, {}, titles);
 }
 
-// The nodes that stand between some chunks of real books: one kind behind the first chunk, the
-// other behind every third.
-void AddSeparatorBehind(NodeList& nodes, std::size_t chunk) {
+// The nodes that stand between some chunks of real books: one kind after the first chunk, the
+// other after every third.
+void AddSeparatorAfter(NodeList& nodes, std::size_t chunk) {
     if (chunk == 0)
-        nodes.Function(Separator, Bytes(16));
+        nodes.Function(MoreChunks, Bytes(16));
     else if (chunk % 3 == 2)
-        nodes.Function(ChunksFollow, LE32(static_cast<std::uint32_t>(chunk)));
+        nodes.Function(Chunks, LE32(static_cast<std::uint32_t>(chunk)));
 }
 
 // Returns the chunks' identifiers as the chunk list holds them.
@@ -191,7 +178,7 @@ Bytes AddChunks(NodeList& nodes, const std::u16string& text, const Options& opti
     Bytes identifiers;
     for (std::size_t chunk = 0, start = 0; start < text.size(); ++chunk, start += chunkUnits) {
         if (options.separators && chunk > 0)
-            AddSeparatorBehind(nodes, chunk - 1);
+            AddSeparatorAfter(nodes, chunk - 1);
         const std::size_t units = std::min(chunkUnits, text.size() - start);
         const std::uint32_t identifier = nodes.Data(Deflated(LE16(text.data() + start, units)));
         identifiers = std::move(identifiers) + LE32(identifier);
@@ -208,7 +195,7 @@ void AddTrailer(NodeList& nodes, const Book& book, const Bytes& chunkIdentifiers
     for (std::size_t offset = 0; offset < textBytes; offset += pageBytes)
         pages = std::move(pages) + LE32(static_cast<std::uint32_t>(offset));
     nodes.Announced(PageOffsets, {16, 208}, pages); // for 16 px type on a screen of 208 px
-    const std::size_t fileBytes = nodes.Size() + functionHeaderBytes + 4;
+    const std::size_t fileBytes = nodes.Size() + FunctionHeaderSize + 4;
     nodes.Function(FileEnd, LE32(static_cast<std::uint32_t>(fileBytes)));
 }
 
@@ -284,7 +271,7 @@ bool TakeField(Book& book, const std::u16string& line) {
     return false;
 }
 
-// Returns the number of lines taken, the blank one behind the fields included.
+// Returns the number of lines taken, the blank one after the fields included.
 std::size_t TakeFields(Book& book, const std::vector<std::u16string>& lines) {
     if (lines.empty() || !TakeField(book, lines.front()))
         return 0;
@@ -333,7 +320,7 @@ Bytes WriteBook(const Book& book, const Options& options) {
     if (options.chapterTable && !book.chapters.empty())
         AddChapterTable(nodes, book);
     else
-        nodes.Function(Separator, Bytes(16));
+        nodes.Function(MoreChunks, Bytes(16));
     const std::u16string text = book.Text();
     const Bytes chunkIdentifiers = AddChunks(nodes, text, options);
     if (options.trailer)

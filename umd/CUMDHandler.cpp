@@ -24,7 +24,7 @@ Bytes Allocate(std::size_t size) {
     return Bytes(static_cast<unsigned char*>(std::malloc(size)));
 }
 
-// Zeros for `length` bytes of text and a whole zero unit behind them, also when `length` is odd.
+// Zeros for `length` bytes of text and a whole zero unit after them, also when `length` is odd.
 Bytes AllocateText(int length) {
     const auto size = static_cast<std::size_t>(length);
     return Bytes(static_cast<unsigned char*>(std::calloc(size + size % 2 + 2, 1)));

@@ -12,14 +12,14 @@ class IQVSequentialStream;
 struct UMDNode;
 
 // One UMD book: parses the container when it is constructed and hands out the book's text, chunk by
-// chunk, and its information strings. docs/umd-format.md describes the container.
+// chunk, its information strings and its chapters. docs/umd-format.md describes the container.
+//
+// One thread at a time. The handler owns its stream. Buffers and strings handed out come from
+// malloc; the caller owns them and releases them with free.
 //
 // A book that cannot be parsed makes a handler that is not ready: it has no chunks and no content
 // length, but still answers with the strings read before the parse failed. Nothing changes a
-// handler after construction but the position of its stream. One thread at a time.
-//
-// Buffers and strings handed out come from malloc; the caller owns them and releases them with
-// free.
+// handler after construction but the position of its stream.
 class UMDFORMAT_API CUMDHandler {
 public:
     // Takes ownership of `stream`, which must be able to read and seek, and parses the book. With a
@@ -68,7 +68,7 @@ public:
     int GetChapterOffset(int index);
 
 protected:
-    // Text as the file has it, UTF-16LE, with at least one whole zero unit behind it.
+    // Text as the file has it, UTF-16LE, with at least one whole zero unit after it.
     using Text = MallocPtr<unsigned char[]>;
 
     struct ChunkEntry {
@@ -81,10 +81,10 @@ protected:
         Text title;          // null until the titles are read
     };
 
-    // What a node means for the parse: go on behind it, end with what there is, or fail.
+    // What a node means for the parse: go on after it, end with what there is, or fail.
     enum class Step { GoOn, Done, Failed };
 
-    // What stands behind a node: a data node, something else, or a place no parse goes past.
+    // What follows a node: a data node, something else, or a place no parse goes past.
     enum class Following { DataNode, Other, End };
 
     // The parse. Returns 1 when the book is complete as far as it goes, 0 when it failed.
@@ -103,29 +103,29 @@ protected:
     // Appends a chunk. 0: the list could not grow and stays as it was.
     int AddChunkToList(int offset, int length);
 
-    bool StreamIsUsable();
-    bool ReadNextFunctionNode(UMDNode* node);
-    Following ReadFollowingDataNode(UMDNode* node);
-    Step ReadFunction(UMDNode* node);
-    Step ReadBookType(const UMDNode& node);
-    Step ReadContentLength(const UMDNode& node);
-    Step ReadChapterTable(UMDNode* node);
-    Step ReadChapterTitles(UMDNode* node);
-    Step ReadChunkRun(UMDNode* node);
-    bool StoreChapterOffsets(const unsigned char* table, int count);
-    bool ReadTitleBlock(const UMDNode& block);
-    Text* InfoString(int type);
+    UMDFORMAT_HIDDEN bool StreamIsUsable();
+    UMDFORMAT_HIDDEN bool ReadNextFunctionNode(UMDNode* node);
+    UMDFORMAT_HIDDEN Following ReadFollowingDataNode(UMDNode* node);
+    UMDFORMAT_HIDDEN Step ReadFunction(UMDNode* node);
+    UMDFORMAT_HIDDEN Step ReadBookType(const UMDNode& node);
+    UMDFORMAT_HIDDEN Step ReadContentLength(const UMDNode& node);
+    UMDFORMAT_HIDDEN Step ReadChapterTable(UMDNode* node);
+    UMDFORMAT_HIDDEN Step ReadChapterTitles(UMDNode* node);
+    UMDFORMAT_HIDDEN Step ReadChunkRun(UMDNode* node);
+    UMDFORMAT_HIDDEN bool StoreChapterOffsets(const unsigned char* table, int count);
+    UMDFORMAT_HIDDEN bool ReadTitleBlock(const UMDNode& block);
+    UMDFORMAT_HIDDEN Text* InfoString(int type);
 
     // Bytes read at `offset`, fewer than `count` at the end of the file; -1 when seek or read
     // fails, as a read of 0 bytes does.
-    int ReadAt(int offset, unsigned char* buffer, int count);
+    UMDFORMAT_HIDDEN int ReadAt(int offset, unsigned char* buffer, int count);
 
     // The stream's position; -1 when it cannot be told or is no 32-bit offset.
-    int Position();
+    UMDFORMAT_HIDDEN int Position();
 
-    // Bytes that the file holds from `offset` on; negative when it ends before or its length is not
-    // to be had.
-    std::int64_t BytesFrom(int offset);
+    // Bytes that the file holds from `offset` on; negative when it ends before or its length is
+    // unknown.
+    UMDFORMAT_HIDDEN std::int64_t BytesFrom(int offset);
 
     int m_bReady = 0;
     std::unique_ptr<IQVSequentialStream> m_pStream;
@@ -145,7 +145,6 @@ protected:
     Text m_pVendor;
 };
 
-static_assert(sizeof(void*) != 4 || sizeof(CUMDHandler) == 68,
-              "hosts are compiled against this size");
+static_assert(sizeof(void*) != 4 || sizeof(CUMDHandler) == 68, "part of the binary interface");
 
 } // namespace QvFormat

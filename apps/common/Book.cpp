@@ -41,7 +41,7 @@ std::string WhyNoText(const std::string& path, int declaredBytes) {
 
 // Takes over one of the handler's strings: UTF-16 units, ended by a zero.
 BookStrings::Text ToText(unsigned short* string) {
-    const std::unique_ptr<unsigned short, FreeMemory> units(string);
+    const QvFormat::MallocPtr<unsigned short> units(string);
     if (units == nullptr)
         return std::nullopt;
     std::string bytes;

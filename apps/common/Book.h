@@ -2,11 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "base/Handles.h"
 #include "umd/CUMDHandler.h"
 
 namespace umdhost {
@@ -14,14 +14,9 @@ namespace umdhost {
 // The library cuts the text into blocks of this many bytes; places in a book are told in blocks.
 constexpr int blockBytes = 128;
 
-// The UMD handler hands out memory from malloc.
-struct FreeMemory {
-    void operator()(void* memory) const { std::free(memory); }
-};
-
 // One piece of the book's text, UTF-16LE bytes. Pieces may end inside a character.
 struct Chunk {
-    std::unique_ptr<unsigned char, FreeMemory> bytes; // null when the chunk is damaged
+    QvFormat::MallocPtr<unsigned char> bytes; // null when the chunk is damaged
     std::size_t size = 0;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "common/Failure.h"
 #include "common/TextDecoder.h"
 
 namespace umdhost {
@@ -55,17 +56,34 @@ void TakeText(std::vector<Lead>& leads, const Chunk& chunk, std::int64_t from) {
     }
 }
 
-// Where the chapter begins. Decoding without its first unit keeps the first half of a pair back,
-// so that an offset between two halves leads to the first one.
-std::optional<Place> PlaceOf(const Lead& lead) {
+// Decoding without the chapter's first unit keeps the first half of a pair back, so that an offset
+// between two halves leads to the first one.
+void SetBegin(Chapter& chapter, const Lead& lead, const Book& book) {
     const auto size = static_cast<std::size_t>(lead.End() - lead.BlockOffset());
     if (lead.text.size() != size)
-        return std::nullopt; // the text that is there ends before it
+        return; // the text that is there ends before it
     TextDecoder decoder;
     const std::string before = decoder.Decode(
         reinterpret_cast<const unsigned char*>(lead.text.data()), size - Lead::unitBytes);
-    return Place{static_cast<unsigned int>(lead.offset / blockBytes),
-                 static_cast<unsigned int>(before.size())};
+    const std::int64_t block = lead.offset / blockBytes;
+    chapter.place = {static_cast<unsigned int>(block), static_cast<unsigned int>(before.size())};
+    chapter.percent = book.Percent(block).value_or(0);
+    chapter.begin = lead.offset - (decoder.IsInsideCharacter() ? Lead::unitBytes : 0);
+}
+
+// The leads are in the order of the text, which has `textBytes` bytes.
+void SetEnds(std::vector<Chapter>& chapters, const std::vector<Lead>& leads,
+             std::int64_t textBytes) {
+    std::int64_t end = textBytes, next = textBytes;
+    for (auto lead = leads.rbegin(); lead != leads.rend(); ++lead) {
+        Chapter& chapter = chapters[lead->index];
+        if (!chapter.place)
+            continue;
+        if (chapter.begin != next)
+            end = next;
+        next = chapter.begin;
+        chapter.end = end;
+    }
 }
 
 } // namespace
@@ -73,21 +91,29 @@ std::optional<Place> PlaceOf(const Lead& lead) {
 std::vector<Chapter> ReadChapters(const Book& book) {
     std::vector<Chapter> chapters = ReadTable(book);
     std::vector<Lead> leads = SortedLeads(book, chapters);
-    std::int64_t from = 0;
+    std::int64_t textBytes = 0;
     for (int index = 0; index < book.ChunkCount() && !leads.empty(); ++index) {
         const Chunk chunk = book.ReadChunk(index);
         if (chunk.bytes == nullptr)
             break; // what follows lies where nobody can tell
-        TakeText(leads, chunk, from);
-        from += static_cast<std::int64_t>(chunk.size);
+        TakeText(leads, chunk, textBytes);
+        textBytes += static_cast<std::int64_t>(chunk.size);
     }
-    for (const Lead& lead : leads) {
-        Chapter& chapter = chapters[lead.index];
-        chapter.place = PlaceOf(lead);
-        if (chapter.place)
-            chapter.percent = book.Percent(chapter.place->block).value_or(0);
-    }
+    for (const Lead& lead : leads)
+        SetBegin(chapters[lead.index], lead, book);
+    SetEnds(chapters, leads, textBytes);
     return chapters;
+}
+
+Chapter FindChapter(const Book& book, long number) {
+    if (number < 1 || number > book.ChapterCount())
+        throw Failure(book.Path(), "there is no chapter " + std::to_string(number) +
+                                       "; the book has " + std::to_string(book.ChapterCount()));
+    Chapter chapter = ReadChapters(book)[static_cast<std::size_t>(number - 1)];
+    if (!chapter.place)
+        throw Failure(book.Path(),
+                      "damaged: chapter " + std::to_string(number) + " lies outside of the text");
+    return chapter;
 }
 
 } // namespace umdhost

@@ -19,9 +19,17 @@ struct Chapter {
     // the offset lies outside of the text; inside a character, that character begins the chapter.
     std::optional<Place> place;
     double percent = 0;
+
+    // The bytes of the text from there to where the next chapter in the text begins.
+    std::int64_t begin = 0;
+    std::int64_t end = 0;
 };
 
 // The book's chapters in the order of its table, however that lies. Reads the whole text once.
 std::vector<Chapter> ReadChapters(const Book& book);
+
+// The chapter that is number `number` in the table, counted from 1. Throws Failure when there is
+// none, or none that has a place.
+Chapter FindChapter(const Book& book, long number);
 
 } // namespace umdhost

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 namespace umdhost {
 
@@ -14,6 +15,8 @@ public:
 };
 
 // "No such file or directory" and the like, for a value of errno.
-std::string SystemReason(int error);
+inline std::string SystemReason(int error) {
+    return std::generic_category().message(error);
+}
 
 } // namespace umdhost

@@ -9,10 +9,10 @@ namespace umdhost {
 // that stand alone are left out, as on the drawn screen.
 class TextDecoder {
 public:
-    // The UTF-8 of all characters that are whole by now; the begin of another is kept back.
+    // The UTF-8 of all characters that are whole by now; the beginning of another is kept back.
     std::string Decode(const unsigned char* bytes, std::size_t size);
 
-    // True while the begin of a character waits for its end.
+    // True while the beginning of a character waits for its end.
     bool IsInsideCharacter() const { return !m_sPending.empty(); }
 
     // Forgets what waits, because its end will not come.

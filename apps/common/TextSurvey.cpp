@@ -52,9 +52,4 @@ std::vector<std::string> TextSurvey::Warnings() const {
     return warnings;
 }
 
-bool TextSurvey::StopsReaderBehind(std::int64_t block) const {
-    return m_nDeclaredBytes > m_nBytes || EndsInsideUnit() ||
-           (HasCutCharacter() && m_nLastCut >= block * blockBytes);
-}
-
 } // namespace umdhost

@@ -21,9 +21,6 @@ public:
     // What keeps a reader from part of the text although the book opens; empty when nothing does.
     std::vector<std::string> Warnings() const;
 
-    // True when screens that begin at or behind block `block` cannot all be shown.
-    bool StopsReaderBehind(std::int64_t block) const;
-
 private:
     void AddByte(unsigned char byte);
     void AddUnit(unsigned int unit);

@@ -19,15 +19,15 @@ using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 bool WritePng(std::FILE* file, const Image& image) {
     png_image header{};
     header.version = PNG_IMAGE_VERSION;
-    header.width = image.Width();
-    header.height = image.Height();
+    header.width = image.width;
+    header.height = image.height;
     header.format = PNG_FORMAT_GRAY;
-    return png_image_write_to_stdio(&header, file, 0, image.Pixels(), 0, nullptr) != 0;
+    return png_image_write_to_stdio(&header, file, 0, image.pixels.data(), 0, nullptr) != 0;
 }
 
 bool WritePgm(std::FILE* file, const Image& image) {
-    return std::fprintf(file, "P5\n%u %u\n255\n", image.Width(), image.Height()) > 0 &&
-           std::fwrite(image.Pixels(), 1, image.Size(), file) == image.Size();
+    return std::fprintf(file, "P5\n%u %u\n255\n", image.width, image.height) > 0 &&
+           std::fwrite(image.pixels.data(), 1, image.pixels.size(), file) == image.pixels.size();
 }
 
 // Closes the file too: only then is it known whether all bytes were taken.

@@ -1,4 +1,4 @@
-#include "InfoCommand.h"
+#include "Commands.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -24,8 +24,7 @@ Json ToJson(const BookStrings::Text& text) {
     return text ? Json(*text) : Json(nullptr);
 }
 
-Json PlaceToJson(const Book& book) {
-    const std::optional<Place> place = ReadPlace(book.Path());
+Json ToJson(const std::optional<Place>& place, const Book& book) {
     if (!place)
         return nullptr;
     const std::optional<double> percent = book.Percent(place->block);
@@ -35,31 +34,24 @@ Json PlaceToJson(const Book& book) {
 }
 
 // "37.5 % (block 1024)"
-std::string PlaceToText(const Book& book) {
-    const std::optional<Place> place = ReadPlace(book.Path());
+std::string ToText(const std::optional<Place>& place, const Book& book) {
     if (!place)
         return "-";
     const std::string block = "block " + std::to_string(place->block);
     const std::optional<double> percent = book.Percent(place->block);
-    if (!percent)
-        return block + ", which is outside of the book";
     char number[16];
-    std::snprintf(number, sizeof(number), "%.1f", *percent);
-    return number + (" % (" + block + ")");
+    std::snprintf(number, sizeof(number), "%.1f", percent.value_or(0));
+    return percent ? number + (" % (" + block + ")") : block + ", which is outside of the book";
 }
 
 using Chapters = std::vector<Chapter>;
 
-Json ToJson(const Chapters& chapters) {
+Json ToJson(const Chapters& chapters, const Book& book) {
     Json json = Json::array();
-    for (const Chapter& chapter : chapters) {
-        const auto& place = chapter.place;
+    for (const Chapter& chapter : chapters)
         json.push_back({{"title", chapter.title},
                         {"textOffset", chapter.offset},
-                        {"percent", place ? Json(chapter.percent) : Json(nullptr)},
-                        {"block", place ? Json(place->block) : Json(nullptr)},
-                        {"offset", place ? Json(place->offset) : Json(nullptr)}});
-    }
+                        {"place", ToJson(chapter.place, book)}});
     return json;
 }
 
@@ -96,8 +88,8 @@ Json ToJson(const Book& book, const TextSurvey& survey, const Chapters& chapters
     json["lengthsAgree"] = book.DeclaredBytes() == survey.Bytes();
     json["blocks"] = book.BlockCount();
     json["blockBytes"] = blockBytes;
-    json["place"] = PlaceToJson(book);
-    json["chapters"] = ToJson(chapters);
+    json["place"] = ToJson(ReadPlace(book.Path()), book);
+    json["chapters"] = ToJson(chapters, book);
     json["warnings"] = survey.Warnings();
     return json;
 }
@@ -133,7 +125,7 @@ std::string ToLines(const Book& book, const TextSurvey& survey, const Chapters& 
                               std::to_string(survey.Characters()) + " characters") +
            Line("Blocks", std::to_string(book.BlockCount()) + " of " + std::to_string(blockBytes) +
                               " bytes") +
-           Line("Place", PlaceToText(book)) +
+           Line("Place", ToText(ReadPlace(book.Path()), book)) +
            Line("Chapters", chapters.empty() ? "-" : std::to_string(chapters.size())) +
            ToLines(chapters);
 }

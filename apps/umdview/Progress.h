@@ -1,32 +1,25 @@
 #pragma once
 
 #include <chrono>
-#include <string>
 
 namespace umdview {
 
-// A line on a terminal's standard error that tells how far a long run has come. Short runs, and
-// runs that write to no terminal, show nothing. The line is gone when the object is.
+// A line on a terminal's standard error that tells how far into a book a long run has come. Short
+// runs, and runs that write to no terminal, show nothing. The line is gone when the object is.
 class Progress {
 public:
-    // `total` 0: not known, so that only the count is shown.
-    Progress(std::string label, long total);
+    explicit Progress(int blocks);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    // False when there is no terminal to show anything on.
-    static bool IsVisible();
-
-    // Tells that `done` screens are done.
-    void Show(long done);
+    // Tells that `screens` screens are done, and the block that was reached.
+    void Show(long screens, int block);
 
 private:
     using Clock = std::chrono::steady_clock;
 
-    std::string m_sLabel;
-    long m_nTotal;
-    bool m_bVisible;
+    int m_nBlocks;
     bool m_bShown = false;
     Clock::time_point m_nextTime;
 };

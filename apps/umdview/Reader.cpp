@@ -1,62 +1,90 @@
 #include "Reader.h"
 
+#include <memory>
 #include <new>
 
-#include "CreateFormatRenderInstance.h"
-#include "ITextCustomizer.h"
+#include "base/CFileStream.h"
 #include "common/Book.h"
-#include "common/Failure.h"
+#include "layout/CPangoLayout.h"
 
 namespace umdview {
 
+using namespace QvFormat;
 using namespace umdhost;
 
-using namespace QvFormat;
+namespace {
 
-Reader::Reader(const std::string& path, const std::string& openBy) : m_sPath(path) {
+constexpr unsigned int dotsPerInch = 72; // a font's points are pixels then
+
+std::unique_ptr<ITextLayout> NewLayout(const Look& look) {
+    auto layout =
+        std::make_unique<CPangoLayout>(look.font.c_str(), look.width - 2 * look.margin,
+                                       look.height - 2 * look.margin, dotsPerInch, dotsPerInch);
+    layout->SetWrap(QVLayoutWrapWordChar); // else a word longer than a line runs off the screen
+    layout->SetLineSpacing(look.lineSpacing);
+    return layout;
+}
+
+} // namespace
+
+Reader::Reader(const std::string& path, const Look& look, bool keepsPlace) : m_look(look) {
     CheckFile(path);
-    IFormatRender* renderer = nullptr;
-    const QVRESULT result = CreateFormatRenderInstance(openBy.c_str(), &renderer);
-    m_pRenderer.reset(
-        renderer); // ours from here on; deleting it saves the place and closes the book
+    auto stream = std::make_unique<CFileStream>(
+        reinterpret_cast<const unsigned char*>(path.c_str()), FileOpenRead);
+    auto layout = NewLayout(look);
+    std::string beside = keepsPlace ? path : ""; // without a name there is no reading data
+    m_renderer.SetFontSize(look.letterSize);
+    // Stream and layout are the renderer's from here on.
+    const QVRESULT result =
+        m_renderer.Initialize(stream.release(), layout.release(), beside.data());
     if (result == QV_E_OUTOFMEMORY)
         throw std::bad_alloc();
     if (result != QV_S_OK)
         ExplainRefusal(path);
 }
 
-void Reader::SetScreenSize(unsigned int width, unsigned int height) {
-    if (m_pRenderer->SetScreenRes(width, height) != QV_S_OK)
-        throw Failure(m_sPath, "the screen's size is refused");
-}
-
-void Reader::SetFontSize(unsigned int size) {
-    ITextCustomizer* customizer = nullptr;
-    if (m_pRenderer->GetTextCustomizer(&customizer) != QV_S_OK)
-        throw Failure(m_sPath, "the font size cannot be set");
-    // Ours too, and to be released before the renderer.
-    const std::unique_ptr<ITextCustomizer> owner(customizer);
-    owner->SetFontSize(size);
+int Reader::Block() {
+    int block = 0, offset = 0;
+    m_renderer.GetCurPosition(&block, &offset);
+    return block;
 }
 
 bool Reader::GoTo(float fraction) {
-    return m_pRenderer->GotoPosition(fraction) == QV_S_OK;
+    return m_renderer.GotoPosition(fraction) == QV_S_OK;
+}
+
+bool Reader::GoTo(const Place& place) {
+    return m_renderer.UmdSetText(static_cast<int>(place.block), static_cast<int>(place.offset)) !=
+           0;
 }
 
 // The library loads the text at the saved place with the first drawing, of whatever size.
-void Reader::ShowSavedPlace() {
-    Image scratch(1, 1);
-    Draw(scratch);
+bool Reader::ShowSavedPlace() {
+    unsigned char pixel = 0;
+    return m_renderer.DrawCurScreen({0, &pixel, 1, 1, 1}, 0, 0) == QV_S_OK;
 }
 
 bool Reader::TurnPage() {
-    return m_pRenderer->GotoNextScreen() == QV_S_OK;
+    return m_renderer.GotoNextScreen() == QV_S_OK;
 }
 
-void Reader::Draw(Image& image) {
-    image.Clear();
-    m_pRenderer->DrawCurScreen(image.View(), 0, 0);
-    image.Invert();
+bool Reader::PassOver(int block, int* bytes) {
+    return m_renderer.GotoReadableScreen(block, 1, bytes) == QV_S_OK;
+}
+
+// The library draws into the middle of the image: fewer pixels of a row than lie between the
+// beginnings of two rows. It adds ink to what it finds, so drawing begins with none.
+Image Reader::Draw() {
+    Image image{m_look.width, m_look.height, {}};
+    image.pixels.resize(std::size_t{m_look.width} * m_look.height);
+    const auto width = static_cast<std::int32_t>(m_look.width);
+    const auto height = static_cast<std::int32_t>(m_look.height);
+    const auto margin = static_cast<std::int32_t>(m_look.margin);
+    unsigned char* first = image.pixels.data() + std::ptrdiff_t{margin} * (width + 1);
+    m_renderer.DrawCurScreen({0, first, height - 2 * margin, width - 2 * margin, width}, 0, 0);
+    for (unsigned char& pixel : image.pixels)
+        pixel = static_cast<unsigned char>(255 - pixel); // 255 was full ink
+    return image;
 }
 
 } // namespace umdview

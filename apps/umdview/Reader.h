@@ -1,39 +1,59 @@
 #pragma once
 
-#include <memory>
 #include <string>
 
-#include "IFormatRender.h"
 #include "Image.h"
+#include "common/SavedPlace.h"
+#include "render/CUMDRenderImpl.h"
 
 namespace umdview {
 
-// One book open for reading: what an application does with the library, and nothing else.
+// How screens are laid out. What stands here is what CreateFormatRenderInstance would give.
+struct Look {
+    unsigned int width = 600; // of a screen with its margins, pixels
+    unsigned int height = 800;
+    unsigned int margin = 0;       // on each side, pixels
+    unsigned int lineSpacing = 0;  // between two lines, pixels
+    std::string font = "fzlth 18"; // Pango's font description; sizes are pixels
+    unsigned int letterSize = 18;  // the font's, by which paragraphs are indented twice
+};
+
+// One book open for reading: what an application does with the library, and nothing else. The
+// renderer gets a layout of our own, because letters of another font or size, and space between
+// the lines, are settings of the layout.
 class Reader {
 public:
-    // Opens the book at `path` by the name `openBy`, beside which the library keeps the place.
-    // Throws Failure, saying what is wrong with the file, when the library refuses it.
-    Reader(const std::string& path, const std::string& openBy);
+    // Opens the book. With `keepsPlace` it begins at the place saved beside the book, and saves the
+    // place when it goes; else that place is neither used nor moved. Throws Failure, saying what is
+    // wrong with the file, when the library refuses it.
+    Reader(const std::string& path, const Look& look, bool keepsPlace);
 
-    void SetScreenSize(unsigned int width, unsigned int height);
-    void SetFontSize(unsigned int size);
+    int BlockCount() { return m_renderer.GetBlockCount(); }
+    int Block(); // in which the screen shown begins
 
-    // Shows the screen at a fraction of the book, 0 its begin to 1 its end; false when the text
-    // there is damaged.
+    // Show the screen at a fraction of the book (from 0, its beginning, to 1, its end), at a place,
+    // or at the saved place; false when the text there is damaged.
     bool GoTo(float fraction);
-
-    // Shows the screen at the place the library saved, which is where it begins by itself.
-    void ShowSavedPlace();
+    bool GoTo(const umdhost::Place& place);
+    bool ShowSavedPlace();
 
     // Shows the next screen; false when there is none, or when its text is damaged.
     bool TurnPage();
 
-    // Draws the screen shown into `image`, dark ink on white.
-    void Draw(Image& image);
+    // Lets the next turn be a quick one. For the time in which a reader looks at the screen.
+    void PrepareTurn() { m_renderer.PrepareNextScreen(); }
+
+    // Where a turn (`block` -1) or a jump to a block failed: shows the next screen that can be
+    // shown, and stores how many bytes of text were passed over. False when there is none: the
+    // bytes up to the book's end, 0 at its end.
+    bool PassOver(int block, int* bytes);
+
+    // The screen shown within its margins, dark ink on white.
+    Image Draw();
 
 private:
-    std::string m_sPath;
-    std::unique_ptr<QvFormat::IFormatRender> m_pRenderer;
+    const Look m_look;
+    QvFormat::CUMDRenderImpl m_renderer;
 };
 
 } // namespace umdview

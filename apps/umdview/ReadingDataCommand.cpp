@@ -1,4 +1,4 @@
-#include "ReadingDataCommand.h"
+#include "Commands.h"
 
 #include <cstdlib>
 #include <set>
@@ -20,120 +20,81 @@ const char* NameOf(int type) {
     return type <= QvpNodeCommentAnnotations ? names[type] : "unknown";
 }
 
-// Builds the document; what is damaged is told at its end, and where it is met.
-class Document {
-public:
-    explicit Document(const ReadingDataFile& file) {
-        m_json = {{"file", file.path},
-                  {"version", file.bytes[3]},
-                  {"revision", file.bytes[4]},
-                  {"size", file.bytes.size()},
-                  {"records", Json::array()}};
-        for (const Record& record : file.records)
-            Add(file, record);
-        if (file.bytesLeft > 0)
-            m_damage.push_back(std::to_string(file.bytesLeft) + " bytes at the end are no record");
-        m_json["liveRecords"] = m_nLive;
-        m_json["freeRecords"] = file.records.size() - m_nLive;
-        m_json["deadBytes"] = m_nDeadBytes; // without the headers of free records
-        m_json["damage"] = m_damage;
-    }
-
-    const Json& Root() const { return m_json; }
-    const Json& Damage() const { return m_damage; }
-
-private:
-    void Add(const ReadingDataFile& file, const Record& record) {
-        Json json = {{"offset", record.offset},
-                     {"type", record.type},
-                     {"name", NameOf(record.type)},
-                     {"id", record.id},
-                     {"length", record.length}};
-        if (record.type == QvpNodeFree)
-            m_nDeadBytes += record.length - record.missing;
-        else
-            ++m_nLive;
-        if (const std::string wrong = AddContent(json, file, record); !wrong.empty())
-            m_damage.push_back("record at offset " + std::to_string(record.offset) + ", " +
-                               NameOf(record.type) + ": " + wrong);
-        m_json["records"].push_back(std::move(json));
-    }
-
-    // Returns what is wrong with the record.
-    std::string AddContent(Json& json, const ReadingDataFile& file, const Record& record) {
-        if (record.missing > 0)
-            return "it is cut off; " + std::to_string(record.missing) + " of its " +
-                   std::to_string(record.length) + " bytes are missing";
-        if (record.type == QvpNodeFree)
-            return "";
-        std::string wrong;
-        Json content = DecodeRecord(file, record, &wrong);
-        if (!content.is_null())
-            json["content"] = std::move(content);
-        // Of book information the library uses the first record only.
-        if (record.type == QvpNodeBookInfo && !m_idsWithInfo.insert(record.id).second)
-            return "another one of this file id comes before it";
-        return wrong;
-    }
-
-    Json m_json;
-    Json m_damage = Json::array();
-    std::size_t m_nLive = 0;
-    std::uint64_t m_nDeadBytes = 0;
-    std::set<std::uint32_t> m_idsWithInfo;
+// The document, while it is built record by record.
+struct Document {
+    Json records = Json::array();
+    Json damage = Json::array();
+    std::uint64_t deadBytes = 0; // data of free records
+    std::set<std::uint32_t> idsWithInfo;
 };
 
-// --- for people: a line for what is simple, deeper lines for what it holds ----------------------
+// Adds what the library reads of a whole record, and returns what is wrong with it.
+std::string AddContent(Document& document, const ReadingDataFile& file, const Record& record) {
+    std::string wrong;
+    Json content = DecodeRecord(file, record, &wrong);
+    if (!content.is_null())
+        document.records.back()["content"] = std::move(content);
+    // Of book information the library uses the first record only.
+    if (record.type == QvpNodeBookInfo && !document.idsWithInfo.insert(record.id).second)
+        return "another one of this file id comes before it";
+    return wrong;
+}
+
+void Add(Document& document, const ReadingDataFile& file, const Record& record) {
+    document.records.push_back({{"offset", record.offset},
+                                {"type", record.type},
+                                {"name", NameOf(record.type)},
+                                {"id", record.id},
+                                {"length", record.length}});
+    std::string wrong;
+    if (record.missing > 0)
+        wrong = "it is cut off; " + std::to_string(record.missing) + " of its " +
+                std::to_string(record.length) + " bytes are missing";
+    else if (record.type != QvpNodeFree)
+        wrong = AddContent(document, file, record);
+    if (!wrong.empty())
+        document.damage.push_back("record at offset " + std::to_string(record.offset) + ", " +
+                                  NameOf(record.type) + ": " + wrong);
+    if (record.type == QvpNodeFree)
+        document.deadBytes += record.length - record.missing;
+}
+
+Json ToJson(const ReadingDataFile& file) {
+    Document document;
+    Record record = {};
+    std::int64_t at = ReadingDataFile::headerBytes;
+    for (; file.RecordAt(at, &record);
+         at += ReadingDataFile::recordHeaderBytes + std::int64_t{record.length})
+        Add(document, file, record);
+    const std::int64_t left = static_cast<std::int64_t>(file.bytes.size()) - at;
+    if (left > 0)
+        document.damage.push_back(std::to_string(left) + " bytes at the end are no record");
+    return {{"file", file.path},
+            {"version", file.bytes[3]},
+            {"revision", file.bytes[4]},
+            {"size", file.bytes.size()},
+            {"deadBytes", document.deadBytes},
+            {"records", std::move(document.records)},
+            {"damage", std::move(document.damage)}};
+}
 
 std::string Dump(const Json& json, int indent = -1) {
     return json.dump(indent, ' ', false, Json::error_handler_t::replace);
 }
 
-bool IsSimple(const Json& json) {
-    return !json.is_structured();
-}
-
-// Strings stand in quotes, with escapes, so that their ends can be seen.
-std::string Simple(const Json& json) {
-    return json.is_null() ? "-" : ForTerminal(Dump(json));
-}
-
-void WriteMembers(const Json& object, const std::string& indent);
-
-// The elements that are simple on one line; each other one begins with a line of what is simple.
-void WriteElements(const Json& array, const std::string& indent) {
-    std::string line;
-    for (const Json& element : array) {
-        if (IsSimple(element)) {
-            line += (line.empty() ? indent : ", ") + Simple(element);
-            continue;
+// For people: a line for what is simple, deeper lines for what holds more. Strings stand in quotes,
+// with escapes, so that their ends can be seen.
+void WriteIndented(const Json& json, const std::string& indent) {
+    for (const auto& [key, value] : json.items()) {
+        const std::string name = indent + (json.is_array() ? "-" : key + ":");
+        if (value.empty()) {
+            WriteOut(name + " -\n");
+        } else if (value.is_structured()) {
+            WriteOut(name + "\n");
+            WriteIndented(value, indent + "  ");
+        } else {
+            WriteOut(name + " " + ForTerminal(Dump(value)) + "\n");
         }
-        std::string first;
-        Json rest = Json::object();
-        for (const auto& [key, value] : element.items()) {
-            if (IsSimple(value))
-                first += (first.empty() ? "" : ", ") + key + " " + Simple(value);
-            else
-                rest[key] = value;
-        }
-        WriteOut(indent + first + "\n");
-        WriteMembers(rest, indent + "  ");
-    }
-    if (!line.empty())
-        WriteOut(line + "\n");
-}
-
-void WriteMembers(const Json& object, const std::string& indent) {
-    for (const auto& [key, value] : object.items()) {
-        if (IsSimple(value) || value.empty()) {
-            WriteOut(indent + key + ": " + (value.empty() ? "-" : Simple(value)) + "\n");
-            continue;
-        }
-        WriteOut(indent + key + ":\n");
-        if (value.is_array())
-            WriteElements(value, indent + "  ");
-        else
-            WriteMembers(value, indent + "  ");
     }
 }
 
@@ -141,15 +102,15 @@ void WriteMembers(const Json& object, const std::string& indent) {
 
 int RunReadingData(const std::string& path, bool json) {
     const ReadingDataFile file = ReadReadingData(path);
-    const Document document(file);
+    const Json document = ToJson(file);
     if (json)
-        WriteOut(Dump(document.Root(), 2) + "\n");
+        WriteOut(Dump(document, 2) + "\n");
     else
-        WriteMembers(document.Root(), "");
+        WriteIndented(document, "");
     FlushOut();
-    for (const std::string damage : document.Damage())
+    for (const std::string damage : document["damage"])
         Report(file.path, "damaged: " + damage);
-    return document.Damage().empty() ? EXIT_SUCCESS : EXIT_FAILURE;
+    return document["damage"].empty() ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 } // namespace umdview

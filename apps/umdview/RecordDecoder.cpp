@@ -31,23 +31,10 @@ bool Succeeded(QVRESULT result) {
 }
 
 template<typename Interface>
-std::unique_ptr<Interface> Own(QVRESULT result, Interface* proxy) {
-    if (!Succeeded(result) || proxy == nullptr)
+std::unique_ptr<Interface> Own(Interface* object) {
+    if (object == nullptr)
         throw std::bad_alloc();
-    return std::unique_ptr<Interface>(proxy);
-}
-
-// What `toJson` makes of each entry of the array that `get` hands over.
-template<typename Entry, typename Get, typename ToJson>
-Json ListOf(Get get, ToJson toJson) {
-    Entry* list = nullptr;
-    unsigned int count = 0;
-    Succeeded(get(&list, &count));
-    const std::unique_ptr<Entry[]> owner(list);
-    Json entries = Json::array();
-    for (unsigned int i = 0; i < count; ++i)
-        entries.push_back(toJson(list[i]));
-    return entries;
+    return std::unique_ptr<Interface>(object);
 }
 
 // Takes the string over.
@@ -55,7 +42,11 @@ Json StringToJson(char* text) {
     return std::unique_ptr<char[]>(text).get();
 }
 
-Json PathToJson(const QvpPathItem& item) {
+Json NumberToJson(int number) {
+    return number;
+}
+
+Json PathToJson(QvpPathItem item) {
     return {
         {"value0", item.nValue0}, {"value1", item.nValue1}, {"path", StringToJson(item.pszPath)}};
 }
@@ -75,52 +66,51 @@ Json AnnotationToJson(IBookAnnotation& annotation) {
     return json;
 }
 
+// --- lists --------------------------------------------------------------------------------------
+
+// Takes the proxy over.
+template<typename Proxy, typename Entry>
+Json ListOf(Proxy* delivered, QVRESULT (Proxy::*get)(Entry**, unsigned int*),
+            Json (*toJson)(Entry)) {
+    const auto proxy = Own(delivered);
+    Entry* list = nullptr;
+    unsigned int count = 0;
+    Succeeded((proxy.get()->*get)(&list, &count));
+    const std::unique_ptr<Entry[]> owner(list);
+    Json entries = Json::array();
+    for (unsigned int i = 0; i < count; ++i)
+        entries.push_back(toJson(list[i]));
+    return entries;
+}
+
 Json DecodeAnnotations(CQvpFile& file, const Record& record) {
     CBookAnnotationListProxy proxy(&file, record.id);
     const auto type = static_cast<QvAnnotationType>(record.type - QvpNodePositionAnnotations);
-    return ListOf<CBookAnnotationImpl>(
-        [&](CBookAnnotationImpl** list, unsigned int* count) {
-            IBookAnnotation* delivered = nullptr; // an array of CBookAnnotationImpl
-            const QVRESULT result = proxy.GetAnnotationList(type, &delivered, count);
-            *list = static_cast<CBookAnnotationImpl*>(delivered);
-            return result;
-        },
-        AnnotationToJson);
-}
-
-Json DecodeIndexList(CQvpFile& file, unsigned int id) {
-    IBookIndexProxy* delivered = nullptr;
-    const QVRESULT result = file.GetIndexProxy(&delivered, id);
-    const auto proxy = Own(result, delivered);
-    return ListOf<int>([&](int** list, auto* count) { return proxy->GetIndexList(list, count); },
-                       [](int entry) { return Json(entry); });
-}
-
-Json DecodeTagList(CQvpFile& file, unsigned int id) {
-    IBookTagProxy* delivered = nullptr;
-    const QVRESULT result = file.GetTagProxy(&delivered, id);
-    const auto proxy = Own(result, delivered);
-    return ListOf<char*>([&](char*** list, auto* count) { return proxy->GetTagList(list, count); },
-                         StringToJson);
-}
-
-Json DecodePathTable(CQvpFile& file) {
-    IBookPathTableProxy* delivered = nullptr;
-    const QVRESULT result = file.GetPathTableProxy(&delivered);
-    const auto proxy = Own(result, delivered);
-    return ListOf<QvpPathItem>(
-        [&](QvpPathItem** list, auto* count) { return proxy->GetPathTable(list, count); },
-        PathToJson);
+    IBookAnnotation* list = nullptr;
+    unsigned int count = 0;
+    Succeeded(proxy.GetAnnotationList(type, &list, &count));
+    // The interface has no size to step by.
+    const std::unique_ptr<CBookAnnotationImpl[]> owner(static_cast<CBookAnnotationImpl*>(list));
+    Json entries = Json::array();
+    for (unsigned int i = 0; i < count; ++i)
+        entries.push_back(AnnotationToJson(owner[i]));
+    return entries;
 }
 
 Json DecodeList(CQvpFile& file, const Record& record) {
+    IBookPathTableProxy* paths = nullptr;
+    IBookIndexProxy* index = nullptr;
+    IBookTagProxy* tags = nullptr;
     switch (record.type) {
     case QvpNodePathTable:
-        return DecodePathTable(file);
+        file.GetPathTableProxy(&paths);
+        return ListOf(paths, &IBookPathTableProxy::GetPathTable, PathToJson);
     case QvpNodeIndexList:
-        return DecodeIndexList(file, record.id);
+        file.GetIndexProxy(&index, record.id);
+        return ListOf(index, &IBookIndexProxy::GetIndexList, NumberToJson);
     case QvpNodeTagList:
-        return DecodeTagList(file, record.id);
+        file.GetTagProxy(&tags, record.id);
+        return ListOf(tags, &IBookTagProxy::GetTagList, StringToJson);
     default:
         return DecodeAnnotations(file, record);
     }
@@ -158,8 +148,8 @@ Json BookmarkOf(IBookInfoProxy& info) {
 
 Json DecodeBookInfo(CQvpFile& file, unsigned int id, std::string* wrong) {
     IBookInfoProxy* delivered = nullptr;
-    const QVRESULT result = file.GetInfoProxy(&delivered, id);
-    const auto info = Own(result, delivered);
+    file.GetInfoProxy(&delivered, id);
+    const auto info = Own(delivered);
     unsigned int progress = 0;
     if (!Succeeded(info->GetReadingProgress(&progress))) {
         *wrong = "its fields do not fit into it; the library neither reads nor replaces it";
@@ -179,14 +169,16 @@ Json DecodeBookInfo(CQvpFile& file, unsigned int id, std::string* wrong) {
     return json;
 }
 
-// A reading-data file of this one record, so that the library reads no other. The stream is the
-// caller's.
-std::unique_ptr<CMemoryStream> Extract(const ReadingDataFile& file, const Record& record) {
-    const long size = headerBytes + recordHeaderBytes + static_cast<long>(record.length);
+// A reading-data file of this one record: what the library makes of it is then known without a
+// search through all others.
+CMemoryStream Extract(const ReadingDataFile& file, const Record& record) {
+    constexpr long before = ReadingDataFile::headerBytes;
+    const long size =
+        before + ReadingDataFile::recordHeaderBytes + static_cast<long>(record.length);
     auto* bytes = static_cast<unsigned char*>(::operator new(static_cast<std::size_t>(size)));
-    std::copy_n(file.bytes.begin(), headerBytes, bytes);
-    std::copy_n(file.bytes.begin() + record.offset, size - headerBytes, bytes + headerBytes);
-    return std::make_unique<CMemoryStream>(bytes, size);
+    std::copy_n(file.bytes.begin(), before, bytes);
+    std::copy_n(file.bytes.begin() + record.offset, size - before, bytes + before);
+    return CMemoryStream(bytes, size);
 }
 
 } // namespace
@@ -194,20 +186,18 @@ std::unique_ptr<CMemoryStream> Extract(const ReadingDataFile& file, const Record
 Json DecodeRecord(const ReadingDataFile& file, const Record& record, std::string* wrong) {
     if (record.length == 0 || record.type > QvpNodeCommentAnnotations)
         return nullptr;
-    const auto stream = Extract(file, record);
-    CQvpFile one;
-    if (!Succeeded(one.Open(stream.get()))) {
+    CMemoryStream stream = Extract(file, record);
+    CQvpFile one; // on a stream it never writes
+    if (!Succeeded(one.Open(&stream)))
         *wrong = "it cannot be read";
-        return nullptr;
-    }
-    if (record.type == QvpNodeBookInfo)
+    else if (record.type == QvpNodeBookInfo)
         return DecodeBookInfo(one, record.id, wrong);
-    if (record.length < countBytes) {
+    else if (record.length < countBytes)
         *wrong = "it is too short for a list";
+    if (!wrong->empty())
         return nullptr;
-    }
     Json entries = DecodeList(one, record);
-    const std::uint32_t said = IntegerAt(file.bytes, record.offset + recordHeaderBytes);
+    const auto said = file.IntegerAt(record.offset + ReadingDataFile::recordHeaderBytes);
     if (entries.size() != said)
         *wrong = "it should hold " + std::to_string(said) + " entries, of which " +
                  std::to_string(entries.size()) + " can be read";

@@ -1,20 +1,19 @@
 #include "RenderCommand.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <optional>
+#include <vector>
 
 #include <unistd.h>
 
-#include "BookLink.h"
 #include "Output.h"
 #include "Progress.h"
 #include "Reader.h"
 #include "common/Book.h"
+#include "common/Chapters.h"
 #include "common/Failure.h"
 #include "common/SavedPlace.h"
 #include "common/TextSurvey.h"
@@ -43,77 +42,78 @@ std::string FilePath(long screen, const RenderOptions& options) {
     return (std::filesystem::path(options.folder) / FileName(screen, options.format)).string();
 }
 
-void ReportDamage(const std::string& book, const TextSurvey& survey) {
-    for (const std::string& warning : survey.Warnings())
+// Why part of a book's text cannot be shown.
+void ReportDamage(const std::string& book) {
+    for (const std::string& warning : TextSurvey(Book(book)).Warnings())
         Report(book, "damaged: " + warning);
 }
 
+// Text that could not be shown.
+struct Gap {
+    long afterScreen; // number of the screen before it
+    int bytes;
+};
+
+struct Drawn {
+    long count = 0;
+    long lastShown = 1; // number of the last screen that was shown
+    bool toTheEnd = false;
+    std::vector<Gap> gaps;
+};
+
+// Passes over text that cannot be shown; see Reader::PassOver.
+bool PassOver(Reader& reader, int block, long afterScreen, Drawn& drawn) {
+    int bytes = 0;
+    const bool shown = reader.PassOver(block, &bytes);
+    if (bytes > 0)
+        drawn.gaps.push_back({afterScreen, bytes});
+    return shown;
+}
+
 // The saved place, unless the book does not have it, as when another book lay there before.
-std::optional<Place> PlaceToResume(const RenderOptions& options) {
+std::optional<Place> PlaceToResume(const RenderOptions& options, int blockCount) {
     const std::optional<Place> place = ReadPlace(options.book);
-    if (!place || place->block < Book(options.book).BlockCount())
+    if (!place || place->block < static_cast<unsigned int>(blockCount))
         return place;
     Report(options.book, "the saved place is outside of the book: beginning at the start");
     return std::nullopt;
 }
 
-// Goes to where drawing begins; the saved place is where the first drawing begins by itself.
-void OpenAt(Reader& reader, const RenderOptions& options, const std::optional<Place>& resumeAt) {
-    reader.SetScreenSize(options.width, options.height);
-    if (options.fontSize)
-        reader.SetFontSize(*options.fontSize);
-    if (resumeAt)
-        return reader.ShowSavedPlace();
-    if (reader.GoTo(options.position))
+// Shows the screen that drawing begins with, or else the first one after it that can be shown.
+void OpenAt(Reader& reader, const RenderOptions& options, Drawn& drawn) {
+    std::optional<Place> place;
+    if (options.resume)
+        place = PlaceToResume(options, reader.BlockCount());
+    if (options.chapter > 0)
+        place = FindChapter(Book(options.book), options.chapter).place;
+    const bool shown = !place           ? reader.GoTo(options.position)
+                       : options.resume ? reader.ShowSavedPlace()
+                                        : reader.GoTo(*place);
+    const auto last = static_cast<float>(reader.BlockCount() - 1);
+    const int block =
+        static_cast<int>(place ? static_cast<float>(place->block) : options.position * last);
+    if (shown || PassOver(reader, block, 0, drawn))
         return;
-    ReportDamage(options.book, TextSurvey(Book(options.book)));
-    throw Failure(options.book, "the text at this position cannot be shown");
+    ReportDamage(options.book);
+    throw Failure(options.book, "no text from this position on can be shown");
 }
-
-// How many screens there are from the position to the end of the book.
-long CountScreens(Reader& reader, const RenderOptions& options) {
-    Progress progress("Counting screens", 0);
-    long count = 1;
-    for (; reader.TurnPage(); ++count)
-        progress.Show(count);
-    reader.GoTo(options.position);
-    return count;
-}
-
-// The screens the progress bar counts up to; without a bar nobody needs to know.
-long LastScreen(Reader& reader, const RenderOptions& options) {
-    if (options.screens.last != ScreenRange::unlimited || !Progress::IsVisible())
-        return options.screens.last;
-    // There is no way back to a saved place; the bar then only tells how many are drawn.
-    return options.resume ? 0 : CountScreens(reader, options);
-}
-
-// What the pages came to: to the last screen asked for, or to an end before it.
-enum class End { AsAsked, OfBook, OfReadableText };
-
-struct Drawn {
-    long count = 0;
-    long lastShown = 0; // number of the last screen that was shown
-    End end = End::AsAsked;
-};
 
 // Pages through the screens and draws those asked for. Only one screen is in memory at a time.
-Drawn DrawScreens(Reader& reader, const RenderOptions& options, Progress& progress) {
-    Drawn drawn;
-    Image image(options.width, options.height);
-    for (drawn.lastShown = 1;; ++drawn.lastShown) {
+void DrawScreens(Reader& reader, const RenderOptions& options, Drawn& drawn) {
+    Progress progress(reader.BlockCount());
+    for (;; ++drawn.lastShown) {
         if (drawn.lastShown >= options.screens.first) {
-            reader.Draw(image);
-            WriteImage(FilePath(drawn.lastShown, options), image, options.format);
+            WriteImage(FilePath(drawn.lastShown, options), reader.Draw(), options.format);
             ++drawn.count;
         }
-        progress.Show(drawn.lastShown);
+        progress.Show(drawn.lastShown, reader.Block());
         if (drawn.lastShown == options.screens.last)
-            return drawn;
-        if (!reader.TurnPage()) {
-            drawn.end = End::OfBook;
-            return drawn;
-        }
+            return;
+        reader.PrepareTurn();
+        if (reader.TurnPage() || PassOver(reader, -1, drawn.lastShown, drawn))
+            continue;
+        drawn.toTheEnd = true;
+        return;
     }
 }
 
@@ -135,61 +135,41 @@ std::string Summary(const Drawn& drawn, const RenderOptions& options) {
         line += '/';
     if (drawn.count > 0)
         line += FileNames(drawn, options.format);
-    if (drawn.end == End::OfBook)
+    if (drawn.toTheEnd)
         line += ", the book ends at screen " + std::to_string(drawn.lastShown);
-    if (drawn.end == End::OfReadableText)
-        line += ", no screen can be shown behind screen " + std::to_string(drawn.lastShown);
     return line + "\n";
 }
 
-// A page that does not turn is the end of the book, unless the text behind it cannot be loaded.
-End FindReason(const RenderOptions& options, const std::optional<Place>& resumeAt) {
-    const Book book(options.book);
-    const TextSurvey survey(book);
-    const auto lastBlock = static_cast<double>(std::max<std::int64_t>(book.BlockCount() - 1, 0));
-    const std::int64_t firstBlock =
-        resumeAt ? resumeAt->block : static_cast<std::int64_t>(options.position * lastBlock);
-    if (!survey.StopsReaderBehind(firstBlock))
-        return End::OfBook;
-    ReportDamage(options.book, survey);
-    return End::OfReadableText;
+// Why text was left out, then what and where.
+void ReportGaps(const Drawn& drawn, const std::string& book) {
+    if (!drawn.gaps.empty())
+        ReportDamage(book);
+    for (const Gap& gap : drawn.gaps)
+        Report(book, std::to_string(gap.bytes) + " bytes of text after screen " +
+                         std::to_string(gap.afterScreen) + " could not be shown");
 }
 
-Drawn Render(Reader& reader, const RenderOptions& options, const std::optional<Place>& resumeAt) {
+// A reader saves the place when it goes; a run that draws nothing or fails must not move it. So
+// this outlives the reader.
+struct PlaceGuard {
+    const std::string& book;
+    Place before = ReadPlace(book).value_or(Place());
+    bool restores = false;
+    ~PlaceGuard() {
+        if (restores)
+            WritePlace(book, before);
+    }
+};
+
+Drawn Render(const RenderOptions& options) {
+    PlaceGuard guard{options.book};
+    Reader reader(options.book, options.look, options.resume);
+    guard.restores = options.resume;
+    Drawn drawn;
     MakeFolder(options.folder);
-    OpenAt(reader, options, resumeAt);
-    Drawn drawn;
-    {
-        Progress progress("Drawing screens", LastScreen(reader, options));
-        drawn = DrawScreens(reader, options, progress);
-    }
-    if (drawn.end != End::AsAsked)
-        drawn.end = FindReason(options, resumeAt);
-    return drawn;
-}
-
-// The library saves a place whenever a renderer goes. Here it does so beside the link.
-Drawn Look(const RenderOptions& options) {
-    const BookLink link(options.book);
-    Reader reader(options.book, link.Path());
-    return Render(reader, options, std::nullopt);
-}
-
-// Deleting the reader saves the place. A run that draws nothing or fails must not move it.
-Drawn Resume(const RenderOptions& options) {
-    auto reader = std::make_unique<Reader>(options.book, options.book);
-    const Place before = ReadPlace(options.book).value_or(Place());
-    Drawn drawn;
-    try {
-        drawn = Render(*reader, options, PlaceToResume(options));
-    } catch (...) {
-        reader.reset();
-        WritePlace(options.book, before);
-        throw;
-    }
-    reader.reset();
-    if (drawn.count == 0)
-        WritePlace(options.book, before);
+    OpenAt(reader, options, drawn);
+    DrawScreens(reader, options, drawn);
+    guard.restores = options.resume && drawn.count == 0;
     return drawn;
 }
 
@@ -207,12 +187,12 @@ bool IsPlaceKept(const RenderOptions& options) {
 } // namespace
 
 int RunRender(const RenderOptions& options) {
-    const Drawn drawn = options.resume ? Resume(options) : Look(options);
+    const Drawn drawn = Render(options);
     WriteOut(Summary(drawn, options));
     FlushOut();
-    const bool complete = drawn.end != End::OfReadableText;
+    ReportGaps(drawn, options.book);
     const bool kept = !options.resume || IsPlaceKept(options);
-    return complete && kept ? EXIT_SUCCESS : EXIT_FAILURE;
+    return drawn.gaps.empty() && kept ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 } // namespace umdview

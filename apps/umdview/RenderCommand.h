@@ -1,15 +1,14 @@
 #pragma once
 
 #include <limits>
-#include <optional>
 #include <string>
 
 #include "ImageWriter.h"
+#include "Reader.h"
 
 namespace umdview {
 
-// Screens from `first` to `last`, both included, counted from 1 at the position where drawing
-// begins.
+// Screens from `first` to `last`, both included, counted from 1 where drawing begins.
 struct ScreenRange {
     static constexpr long unlimited = std::numeric_limits<long>::max();
     long first = 1;
@@ -20,10 +19,9 @@ struct RenderOptions {
     std::string book;
     std::string folder; // made when missing
     ScreenRange screens;
-    unsigned int width = 600; // of a screen, pixels
-    unsigned int height = 800;
-    std::optional<unsigned int> fontSize;
+    Look look;
     float position = 0; // fraction of the book
+    long chapter = 0;   // where to begin instead, counted from 1; 0: at the position
     // Begin at the saved place instead, and keep it at the last screen drawn. Else the reader's
     // place is neither used nor moved.
     bool resume = false;
@@ -31,7 +29,7 @@ struct RenderOptions {
 };
 
 // umdview render: draws screens of a book into image files and tells on standard output how many
-// went where. Returns the exit status: 1 when damage kept screens from being shown.
+// went where. Returns the exit status: 1 when damage kept text from being shown.
 int RunRender(const RenderOptions& options);
 
 } // namespace umdview

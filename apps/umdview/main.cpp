@@ -1,20 +1,19 @@
 // umdview: the reference host. Shows how an application uses the library: see Reader for paging and
 // drawing, Book for descriptions and text.
+#include <algorithm>
 #include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
 #include <string>
-#include <string_view>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
-#include "InfoCommand.h"
+#include "Commands.h"
 #include "Output.h"
-#include "ReadingDataCommand.h"
 #include "RenderCommand.h"
-#include "TextCommand.h"
 #include "common/Failure.h"
 
 namespace {
@@ -23,55 +22,67 @@ using namespace umdview;
 using namespace umdhost;
 
 constexpr int exitBadUsage = 2;
-constexpr unsigned int maxScreenSide = 10000;
-constexpr unsigned int maxFontSize = 1000;
-constexpr long maxScreenNumber = 999999999;
+constexpr unsigned int maxScreenSide = 10000; // pixels
+constexpr long maxLetterSize = 1000;          // pixels
+constexpr long maxNumber = 999999999;         // of a screen or a chapter
 
 struct Arguments {
     std::string book;
     bool json = false;
     bool raw = false;
-    bool allScreens = false;
+    std::vector<unsigned int> size = {600, 800}; // of a screen
+    std::string format = "png";
     RenderOptions render;
 };
 
 // A whole number from 1 to `most`, and nothing else.
-long ParseNumber(const std::string& option, std::string_view text, long most) {
+long ParseNumber(const std::string& option, const std::string& text, long most) {
     long number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size() || number < 1 || number > most)
-        throw CLI::ValidationError(option, "\"" + std::string(text) +
-                                               "\" is not a number from 1 to " +
+        throw CLI::ValidationError(option, "\"" + text + "\" is not a number from 1 to " +
                                                std::to_string(most));
     return number;
 }
 
-void ParseSize(const std::string& text, RenderOptions& options) {
-    const std::string_view size = text;
-    const std::size_t cross = size.find('x');
-    if (cross == std::string_view::npos)
-        throw CLI::ValidationError("--size", "\"" + text + "\" is not of the form WxH");
-    options.width =
-        static_cast<unsigned int>(ParseNumber("--size", size.substr(0, cross), maxScreenSide));
-    options.height =
-        static_cast<unsigned int>(ParseNumber("--size", size.substr(cross + 1), maxScreenSide));
-}
-
 void ParseScreens(const std::string& text, ScreenRange& screens) {
-    const std::string_view range = text;
-    const std::size_t dash = range.find('-');
-    screens.first = ParseNumber("--screens", range.substr(0, dash), maxScreenNumber);
+    const std::size_t dash = text.find('-');
+    screens.first = ParseNumber("--screens", text.substr(0, dash), maxNumber);
     screens.last = screens.first;
-    if (dash != std::string_view::npos)
-        screens.last = ParseNumber("--screens", range.substr(dash + 1), maxScreenNumber);
+    if (dash != std::string::npos)
+        screens.last = ParseNumber("--screens", text.substr(dash + 1), maxNumber);
     if (screens.last < screens.first)
         throw CLI::ValidationError("--screens", "\"" + text + "\" ends before it begins");
 }
 
+// The size is the description's last word, as in "Serif 24".
+void ParseFont(const std::string& text, Look& look) {
+    const std::string size = text.substr(text.find_last_of(' ') + 1);
+    look.letterSize = static_cast<unsigned int>(ParseNumber("--font", size, maxLetterSize));
+    look.font = text;
+}
+
 // Written so that it refuses what is not a number, too.
-void CheckPosition(float position) {
+void ParsePosition(float position, RenderOptions& render) {
     if (!(position >= 0 && position <= 1))
         throw CLI::ValidationError("--position", "it is not a fraction from 0 to 1");
+    render.position = position;
+}
+
+// What is left to do with the options of a render command when all of them are known.
+void Complete(Arguments& arguments) {
+    Look& look = arguments.render.look;
+    look.width = arguments.size[0];
+    look.height = arguments.size[1];
+    if (2 * look.margin >= std::min(look.width, look.height))
+        throw CLI::ValidationError("--margin", "it leaves nothing of the screen");
+    if (arguments.format == "pgm")
+        arguments.render.format = ImageFormat::Pgm;
+}
+
+// From `least` up; help texts are told without it.
+CLI::Validator Pixels(unsigned int least) {
+    return CLI::Range(least, maxScreenSide).description("");
 }
 
 CLI::App* AddCommand(CLI::App& app, const std::string& name, const std::string& purpose) {
@@ -96,6 +107,53 @@ void AddReadingDataCommand(CLI::App& app, Arguments& arguments) {
     command->add_flag("--json", arguments.json, "For machines");
 }
 
+CLI::Option* AddChapterOption(CLI::App& command, Arguments& arguments, const char* purpose) {
+    return command.add_option("--chapter", arguments.render.chapter, purpose)
+        ->check(CLI::Range(1L, maxNumber).description(""))
+        ->type_name("N");
+}
+
+void AddLookOptions(CLI::App& command, Arguments& arguments) {
+    Look& look = arguments.render.look;
+    command.add_option("--size", arguments.size, "Size of a screen in pixels (default: 600x800)")
+        ->delimiter('x')
+        ->expected(2)
+        ->check(Pixels(1))
+        ->type_name("WxH");
+    command
+        .add_option_function<std::string>(
+            "--font", [&look](const std::string& text) { ParseFont(text, look); },
+            "Font of the letters as Pango describes it, with its size in pixels at the end; "
+            "paragraphs are indented by two letters (default: the library's, \"fzlth 18\")")
+        ->type_name("\"FAMILY SIZE\"");
+    command.add_option("--margin", look.margin, "Margin on each side in pixels (default: 0)")
+        ->check(Pixels(0))
+        ->type_name("N");
+    command
+        .add_option("--line-spacing", look.lineSpacing,
+                    "Space between two lines in pixels (default: 0)")
+        ->check(Pixels(0))
+        ->type_name("N");
+}
+
+// Where drawing begins; one of them at most.
+void AddPlaceOptions(CLI::App& command, Arguments& arguments) {
+    const auto position = command.add_option_function<float>(
+        "--position", [&arguments](float fraction) { ParsePosition(fraction, arguments.render); },
+        "Where to begin, as a fraction of the book from 0 to 1 (default: 0)");
+    position->type_name("F");
+    const auto chapter =
+        AddChapterOption(command, arguments, "Begin at this chapter, as umdview info counts them");
+    chapter->excludes(position);
+    command
+        .add_flag(
+            "--resume", arguments.render.resume,
+            "Begin at the saved place, and keep it at the last screen drawn; without this the "
+            "saved place is neither used nor moved")
+        ->excludes(position)
+        ->excludes(chapter);
+}
+
 void AddRenderOptions(CLI::App& command, Arguments& arguments) {
     RenderOptions& render = arguments.render;
     command.add_option("--out", render.folder, "Folder for the images; made when missing")
@@ -103,44 +161,19 @@ void AddRenderOptions(CLI::App& command, Arguments& arguments) {
         ->type_name("DIR");
     const auto screens = command.add_option_function<std::string>(
         "--screens", [&render](const std::string& text) { ParseScreens(text, render.screens); },
-        "Screens to draw, A-B or one alone, counted from 1 at the position (default: 1-10)");
+        "Screens to draw, A-B or one alone, counted from 1 where drawing begins (default: 1-10)");
     screens->type_name("A-B");
-    command.add_flag("--all", arguments.allScreens, "Draw all screens up to the end of the book")
+    command
+        .add_flag_callback(
+            "--all", [&render] { render.screens.last = ScreenRange::unlimited; },
+            "Draw all screens up to the end of the book")
         ->excludes(screens);
-    command
-        .add_option_function<std::string>(
-            "--size", [&render](const std::string& text) { ParseSize(text, render); },
-            "Size of a screen in pixels (default: 600x800)")
-        ->type_name("WxH");
-    command
-        .add_option("--font-size", render.fontSize,
-                    "Font size in pixels, by which paragraphs are indented twice; the letters "
-                    "keep the size of the library's font")
-        ->check(CLI::Range(1U, maxFontSize))
-        ->type_name("N");
-    const auto position = command.add_option_function<float>(
-        "--position",
-        [&render](float fraction) {
-            CheckPosition(fraction);
-            render.position = fraction;
-        },
-        "Where to begin, as a fraction of the book from 0 to 1 (default: 0)");
-    position->type_name("F");
-    command
-        .add_flag(
-            "--resume", render.resume,
-            "Begin at the saved place, and keep it at the last screen drawn; without this the "
-            "saved place is neither used nor moved")
-        ->excludes(position);
-    command
-        .add_option_function<std::string>(
-            "--format",
-            [&render](const std::string& name) {
-                render.format = name == "pgm" ? ImageFormat::Pgm : ImageFormat::Png;
-            },
-            "Image format (default: png)")
+    AddLookOptions(command, arguments);
+    AddPlaceOptions(command, arguments);
+    command.add_option("--format", arguments.format, "Image format (default: png)")
         ->check(CLI::IsMember({"png", "pgm"}))
         ->type_name("NAME");
+    command.callback([&arguments] { Complete(arguments); });
 }
 
 // "umdview: REASON" for a command line that makes no sense; help and version for who asked.
@@ -155,12 +188,10 @@ int Run(const CLI::App& app, Arguments& arguments) {
     if (app.got_subcommand("info"))
         return RunInfo(arguments.book, arguments.json);
     if (app.got_subcommand("text"))
-        return RunText(arguments.book, arguments.raw);
+        return RunText(arguments.book, arguments.render.chapter, arguments.raw);
     if (app.got_subcommand("readingdata"))
         return RunReadingData(arguments.book, arguments.json);
     arguments.render.book = arguments.book;
-    if (arguments.allScreens)
-        arguments.render.screens.last = ScreenRange::unlimited;
     return RunRender(arguments.render);
 }
 
@@ -186,8 +217,10 @@ int ParseAndRun(int argc, char** argv) {
     Arguments arguments;
     AddBookCommand(app, "info", "Tell what a book is", arguments)
         ->add_flag("--json", arguments.json, "For machines");
-    AddBookCommand(app, "text", "Write a book's text to standard output as UTF-8", arguments)
-        ->add_flag("--raw", arguments.raw, "Keep paragraph separators instead of newlines");
+    CLI::App* text =
+        AddBookCommand(app, "text", "Write a book's text to standard output as UTF-8", arguments);
+    text->add_flag("--raw", arguments.raw, "Keep paragraph separators instead of newlines");
+    AddChapterOption(*text, arguments, "Write this chapter alone, as umdview info counts them");
     AddRenderOptions(
         *AddBookCommand(app, "render", "Draw screens of a book into image files", arguments),
         arguments);
