@@ -6,7 +6,8 @@ namespace QvFormat {
 
 class CUMDRenderImpl;
 
-// Changes the type settings of one renderer, which it does not own and must not outlive.
+// Changes the type settings of one renderer, which it does not own and must not outlive. It is used
+// by that renderer's thread.
 class UMDFORMAT_API CUmdCustomizer : public ITextCustomizer {
 public:
     explicit CUmdCustomizer(CUMDRenderImpl* render);

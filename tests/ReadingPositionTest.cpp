@@ -63,27 +63,24 @@ protected:
 
     std::string folder;
     std::string path;
-    const umdbook::Bytes novel = [] {
-        umdbook::Book book;
-        book.chapters.push_back({u"", Novel(kNovelBytes)});
-        return umdbook::WriteBook(book);
-    }();
+    const umdbook::Bytes novel = TextBook(Novel(kNovelBytes));
 };
 
-// A screen's text and, to tell it from one that begins alike, where it begins.
+// Where the screen shown begins, to tell it from one with the same text.
 std::string Begin(ProbeRender& render) {
     int block = -1;
     int offset = -1;
-    render.GetBlockInfo(render.m_pLineTable[render.m_nCurLine].offset, &block, &offset);
+    EXPECT_EQ(render.GetCurPosition(&block, &offset), 1);
     return std::to_string(block) + ":" + std::to_string(offset);
 }
 
-TEST_F(ReadingPositionTest, EveryTenthScreenReopensWithItsFirstCharacter) {
+TEST_F(ReadingPositionTest, EveryTenthScreenAndTheLastReopenWithTheirFirstCharacter) {
     auto render = Reopen(novel);
     DrawText(*render);
     int screens = 1;
-    for (; render->GotoNextScreen() == QV_S_OK; ++screens) {
-        if (screens % 10)
+    for (bool isLast = false; !isLast; ++screens) {
+        isLast = render->GotoNextScreen() != QV_S_OK;
+        if (screens % 10 && !isLast)
             continue;
         const std::string text = DrawText(*render);
         const std::string begin = Begin(*render);
@@ -97,16 +94,6 @@ TEST_F(ReadingPositionTest, EveryTenthScreenReopensWithItsFirstCharacter) {
     EXPECT_GT(screens, static_cast<int>(kNovelBytes / 5000));
 }
 
-TEST_F(ReadingPositionTest, LastScreenReopensAsItWas) {
-    auto render = Reopen(novel);
-    render->GotoPosition(1.0f);
-    while (render->GotoNextScreen() == QV_S_OK) {
-    }
-    const std::string text = DrawText(*render);
-    render.reset();
-    EXPECT_EQ(DrawText(*Reopen(novel)), text);
-}
-
 TEST_F(ReadingPositionTest, BookReleasedWithoutDrawingKeepsItsPlace) {
     Reopen(novel);
     EXPECT_EQ(DataBytes(), std::string("QVP\1\0", 5)) << "made at the first opening, empty";
@@ -115,8 +102,7 @@ TEST_F(ReadingPositionTest, BookReleasedWithoutDrawingKeepsItsPlace) {
     Reopen(novel);
     EXPECT_EQ(DataBytes(), saved);
     const auto render = Reopen(novel);
-    EXPECT_EQ(render->m_nFirstBlock, 700);
-    EXPECT_EQ(render->m_nStartOffset, 40);
+    EXPECT_EQ(Begin(*render), "700:40") << "where the first screen will begin";
 }
 
 TEST_F(ReadingPositionTest, PagingDoesNotWriteAndASecondBookDoes) {
@@ -154,6 +140,28 @@ TEST_F(ReadingPositionTest, SavedPlaceOutsideTheBookIsLeftByAJump) {
         const auto render = Reopen(novel);
         DrawText(*render);
         EXPECT_EQ(Begin(*render), "33:0") << offset;
+    }
+}
+
+// The segment that begins with the place's block cannot be loaded, but what stands before the cut.
+TEST_F(ReadingPositionTest, PlaceBeforeACutCharacterIsShownAgain) {
+    std::u16string text = Novel(40000);
+    text.replace(64 * 100 - 1, 2, u"\U0001F600"); // cut by the end of block 99
+    const umdbook::Bytes cut = TextBook(text);
+    for (const bool resized : {false, true}) {
+        auto render = Reopen(cut);
+        render->GotoPosition(0.0f);
+        while (render->GotoNextScreen() == QV_S_OK) {
+        }
+        const std::string begin = Begin(*render);
+        EXPECT_NE(begin, "0:0");
+        if (resized)
+            render->SetScreenRes(600, 400);
+        else
+            render.reset(), render = Reopen(cut);
+        EXPECT_NE(DrawText(*render), "");
+        EXPECT_EQ(Begin(*render), begin);
+        render->GotoPosition(0.0f);
     }
 }
 

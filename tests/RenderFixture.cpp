@@ -63,6 +63,12 @@ QvFormat::IQVSequentialStream* NewStream(const umdbook::Bytes& bytes) {
     return new QvFormat::CMemoryStream(Copy(bytes), static_cast<long>(bytes.size()));
 }
 
+umdbook::Bytes TextBook(const std::u16string& text, const umdbook::Options& options) {
+    umdbook::Book book;
+    book.chapters.push_back({u"", text});
+    return umdbook::WriteBook(book, options);
+}
+
 std::unique_ptr<ProbeRender> Open(const umdbook::Bytes& book, const ScreenSetup& setup) {
     auto render = std::make_unique<ProbeRender>();
     auto* layout = new CountingLayout(setup.font.c_str(), setup.width, setup.height, 72, 72);
@@ -73,9 +79,7 @@ std::unique_ptr<ProbeRender> Open(const umdbook::Bytes& book, const ScreenSetup&
 }
 
 std::unique_ptr<ProbeRender> OpenText(const std::u16string& text, const ScreenSetup& setup) {
-    umdbook::Book book;
-    book.chapters.push_back({u"", text});
-    return Open(umdbook::WriteBook(book), setup);
+    return Open(TextBook(text), setup);
 }
 
 std::string DrawText(QvFormat::IFormatRender& render, const ScreenSetup& setup) {

@@ -24,6 +24,7 @@ public:
     using CUMDRenderImpl::m_nSegmentBlocks;
     using CUMDRenderImpl::m_nStartOffset;
     using CUMDRenderImpl::m_pBlockOffsets;
+    using CUMDRenderImpl::m_pChunkOffsets;
     using CUMDRenderImpl::m_pLayout;
     using CUMDRenderImpl::m_pLineTable;
     using CUMDRenderImpl::TextLineCount;
@@ -60,6 +61,9 @@ struct ScreenSetup {
 // A copy that a memory stream may own, and a stream on one.
 unsigned char* Copy(const umdbook::Bytes& bytes);
 QvFormat::IQVSequentialStream* NewStream(const umdbook::Bytes& bytes);
+
+// A book of one chapter.
+umdbook::Bytes TextBook(const std::u16string& text, const umdbook::Options& options = {});
 
 // A renderer of a book; null when it does not open.
 std::unique_ptr<ProbeRender> Open(const umdbook::Bytes& book, const ScreenSetup& setup = {});
