@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <memory>
 
+#include <dirent.h>
+
 namespace QvFormat {
 
 struct FreeDeleter {
@@ -20,5 +22,11 @@ struct FileCloser {
 };
 
 using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
+
+struct FolderCloser {
+    void operator()(DIR* folder) const { closedir(folder); }
+};
+
+using FolderPtr = std::unique_ptr<DIR, FolderCloser>;
 
 } // namespace QvFormat

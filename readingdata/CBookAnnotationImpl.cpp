@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "base/LittleEndian.h"
-#include "readingdata/NewArray.h"
+#include "base/OwnedArray.h"
 #include "readingdata/QvpFormat.h"
 
 namespace QvFormat {

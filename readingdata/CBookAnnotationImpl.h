@@ -6,8 +6,9 @@
 
 namespace QvFormat {
 
-// An annotation in memory. Its type is fixed; everything else may change. In the stored form all
-// numbers take 4 bytes: block index, offset, for a range and a comment the length, and for a
+// An annotation in memory, of no container's. One thread at a time. It owns its comment, and copies
+// what it takes and hands out. Its type is fixed; everything else may change. In the stored form
+// all numbers take 4 bytes: block index, offset, for a range and a comment the length, and for a
 // comment its bytes with a NUL (docs/reading-data-format.md).
 class UMDFORMAT_API CBookAnnotationImpl : public IBookAnnotation {
 public:
@@ -32,8 +33,6 @@ public:
     QVRESULT WriteData(unsigned char* buffer, unsigned int size) override;
 
 protected:
-    std::size_t CommentLength() const;
-
     QvAnnotationType m_eAnnotationType;
     unsigned int m_nBlockIndex = 0;
     unsigned int m_nOffset = 0;
@@ -43,7 +42,8 @@ protected:
 private:
     // For the elements of an array, which the list proxy makes and gives their type.
     friend class CBookAnnotationListProxy;
-    CBookAnnotationImpl();
+    UMDFORMAT_HIDDEN CBookAnnotationImpl();
+    UMDFORMAT_HIDDEN std::size_t CommentLength() const;
 };
 
 static_assert(sizeof(void*) != 4 || sizeof(CBookAnnotationImpl) == 24);

@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstring>
 
+#include "base/OwnedArray.h"
 #include "readingdata/CBookAnnotationHelper.h"
 #include "readingdata/CBookAnnotationImpl.h"
 #include "readingdata/QvpRecordList.h"
@@ -88,6 +89,26 @@ private:
     unsigned int m_nNext = 0;
 };
 
+// Decodes one record after the `*count` annotations in `list`.
+QVRESULT ReadRecord(const Qvp_Node* node, CBookAnnotationImpl* list, unsigned int* count) {
+    unsigned int position = QvpFormat::CountSize;
+    for (std::uint32_t held = LoadLE32(node->pData); held != 0; --held) {
+        const unsigned char* entry = node->pData + position;
+        const unsigned int size = EntrySize(node->nType, entry, node->nLength - position);
+        if (size == 0)
+            return QV_S_OK;
+        position += size;
+        if (entry[0] != QvBookmarkDefault)
+            continue;
+        const QVRESULT result = list[*count].ReadData(entry + QvpFormat::BookmarkTypeSize,
+                                                      size - QvpFormat::BookmarkTypeSize);
+        if (result != QV_S_OK)
+            return result;
+        ++*count;
+    }
+    return QV_S_OK;
+}
+
 } // namespace
 
 CBookAnnotationListProxy::CBookAnnotationListProxy(CQvpFile* file, unsigned int fileId)
@@ -106,10 +127,6 @@ CBookAnnotationImpl* CBookAnnotationListProxy::NewList(QvAnnotationType type, un
     return list;
 }
 
-Qvp_Node* CBookAnnotationListProxy::CreateQvpNode(QvpNodeType type, unsigned int length) {
-    return NewQvpNode(type, m_nFileId, length).release();
-}
-
 QVRESULT CBookAnnotationListProxy::WriteAnnotationList(QvpNodeType type, IBookAnnotation* list,
                                                        unsigned int count) {
     const QvAnnotationType annotationType = AnnotationTypeOf(type);
@@ -118,52 +135,31 @@ QVRESULT CBookAnnotationListProxy::WriteAnnotationList(QvpNodeType type, IBookAn
             return QV_E_INVALIDARG;
     }
     AnnotationEntries remaining(list, count, annotationType);
-    return ReplaceRecords(m_pFile, type, ListOf(type), &remaining, [this, type, &remaining] {
-        return CreateQvpNode(type, std::max(QvpFormat::AnnotationRecordLength,
-                                            QvpFormat::CountSize + remaining.NextSize()));
+    return ReplaceRecords(m_pFile, type, m_nFileId, &ListOf(type), &remaining, [&, this] {
+        const unsigned int length = QvpFormat::CountSize + remaining.NextSize();
+        return NewQvpNode(type, m_nFileId, std::max(QvpFormat::AnnotationRecordLength, length))
+            .release();
     });
 }
 
 QVRESULT CBookAnnotationListProxy::ReadAnnotationList(QvpNodeType type, IBookAnnotation** list,
                                                       unsigned int* count) {
-    const auto first = [type](Qvp_Node* node) { return FirstInUse(node, type); };
-    unsigned int total = 0;
-    for (Qvp_Node* node = first(ListOf(type)); node; node = first(node->pNext))
-        total += BoundedCount(node, RecordCapacity(node->nLength, LeastEntrySize(type)));
-
-    std::unique_ptr<CBookAnnotationImpl[]> annotations(NewList(AnnotationTypeOf(type), total));
+    const unsigned int total = CountEntries(ListOf(type), type, LeastEntrySize(type));
+    OwnedArray<CBookAnnotationImpl> annotations(NewList(AnnotationTypeOf(type), total));
     if (!annotations)
         return QV_E_OUTOFMEMORY;
     unsigned int delivered = 0;
-    for (Qvp_Node* node = first(ListOf(type)); node; node = first(node->pNext)) {
-        const QVRESULT result = ReadRecord(node, annotations.get(), &delivered);
-        if (result != QV_S_OK)
-            return result;
-    }
+    QVRESULT result = QV_S_OK;
+    ForEachInUse(ListOf(type), type, [&](const Qvp_Node* node) {
+        result = ReadRecord(node, annotations.get(), &delivered);
+        return result == QV_S_OK;
+    });
+    if (result != QV_S_OK)
+        return result;
     if (count)
         *count = delivered;
     if (delivered != 0)
         *list = annotations.release();
-    return QV_S_OK;
-}
-
-QVRESULT CBookAnnotationListProxy::ReadRecord(const Qvp_Node* node, CBookAnnotationImpl* list,
-                                              unsigned int* count) {
-    unsigned int position = QvpFormat::CountSize;
-    for (std::uint32_t held = LoadLE32(node->pData); held != 0; --held) {
-        const unsigned char* entry = node->pData + position;
-        const unsigned int size = EntrySize(node->nType, entry, node->nLength - position);
-        if (size == 0)
-            return QV_S_OK;
-        position += size;
-        if (entry[0] != QvBookmarkDefault)
-            continue;
-        const QVRESULT result = list[*count].ReadData(entry + QvpFormat::BookmarkTypeSize,
-                                                      size - QvpFormat::BookmarkTypeSize);
-        if (result != QV_S_OK)
-            return result;
-        ++*count;
-    }
     return QV_S_OK;
 }
 

@@ -8,7 +8,7 @@ class CBookAnnotationImpl;
 
 // The annotation lists of one file id: highlights and notes of any number, comments of any length.
 // An application constructs it on an open CQvpFile, which must outlive it, and flushes the file to
-// make changes durable.
+// make changes durable. One thread at a time for the file and all its proxies.
 //
 // A list is an array of CBookAnnotationImpl, handed over as a pointer to its first element. One
 // that GetAnnotationList stores is the caller's: element i is
@@ -40,12 +40,6 @@ protected:
                                 unsigned int* count) override;
     QVRESULT WriteAnnotationList(QvpNodeType type, IBookAnnotation* list,
                                  unsigned int count) override;
-
-    // Decodes one record behind the `*count` annotations in `list`.
-    static QVRESULT ReadRecord(const Qvp_Node* node, CBookAnnotationImpl* list,
-                               unsigned int* count);
-    // A new record, not yet the container's; null when memory runs out.
-    Qvp_Node* CreateQvpNode(QvpNodeType type, unsigned int length);
 };
 
 static_assert(sizeof(void*) != 4 || sizeof(CBookAnnotationListProxy) == 24);

@@ -1,6 +1,6 @@
 #include "readingdata/CBookAnnotationProxyBase.h"
 
-#include "readingdata/CQvpFile.h"
+#include "readingdata/QvpRecordList.h"
 
 namespace QvFormat {
 
@@ -27,13 +27,10 @@ Qvp_Node*& CBookAnnotationProxyBase::ListOf(QvpNodeType type) {
     return type == QvpNodeRangeAnnotations ? m_pRangeList : m_pCommentList;
 }
 
-QVRESULT CBookAnnotationProxyBase::AttachList(QvpNodeType type) {
-    return m_pFile->AttachNodeList(type, m_nFileId, &ListOf(type));
-}
-
 int CBookAnnotationProxyBase::AttachDataNode(QvAnnotationType type) {
     const QvpNodeType recordType = RecordTypeOf(type);
-    if (recordType == QvpNodeFree || AttachList(recordType) != QV_S_OK)
+    if (recordType == QvpNodeFree ||
+        m_pFile->AttachNodeList(recordType, m_nFileId, &ListOf(recordType)) != QV_S_OK)
         return 0;
     const Qvp_Node* first = ListOf(recordType);
     return first && first->nType == recordType && first->nId == m_nFileId;
@@ -41,11 +38,9 @@ int CBookAnnotationProxyBase::AttachDataNode(QvAnnotationType type) {
 
 QVRESULT CBookAnnotationProxyBase::GetAnnotationList(QvAnnotationType type, IBookAnnotation** list,
                                                      unsigned int* count) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    if (!list)
-        return QV_E_INVALIDARG;
-    *list = nullptr;
+    const QVRESULT refused = CheckProxy(m_pFile, list);
+    if (refused != QV_S_OK)
+        return refused;
     const QvpNodeType recordType = RecordTypeOf(type);
     if (recordType == QvpNodeFree)
         return QV_E_INVALIDARG;
@@ -56,14 +51,11 @@ QVRESULT CBookAnnotationProxyBase::GetAnnotationList(QvAnnotationType type, IBoo
 
 QVRESULT CBookAnnotationProxyBase::SetAnnotationList(QvAnnotationType type, IBookAnnotation* list,
                                                      unsigned int count) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    if (!list && count != 0)
-        return QV_E_INVALIDARG;
     const QvpNodeType recordType = RecordTypeOf(type);
-    if (recordType == QvpNodeFree)
-        return QV_E_INVALIDARG;
-    if (!ListOf(recordType) && AttachList(recordType) == QV_E_OUTOFMEMORY)
+    const QVRESULT refused = CheckProxy(m_pFile, (list || count == 0) && recordType != QvpNodeFree);
+    if (refused != QV_S_OK)
+        return refused;
+    if (!AttachForWriting(m_pFile, recordType, m_nFileId, &ListOf(recordType)))
         return QV_E_FAIL;
     return WriteAnnotationList(recordType, list, count);
 }

@@ -9,7 +9,8 @@ namespace QvFormat {
 class CQvpFile;
 
 // Finds the record list of each annotation type for one file id in a container, which must outlive
-// the proxy. How annotations lie in the records is the derived class's.
+// the proxy and is used by the same thread. How annotations lie in the records is the derived
+// class's.
 class UMDFORMAT_API CBookAnnotationProxyBase : public IBookAnnotationProxy {
 public:
     CBookAnnotationProxyBase(CQvpFile* file, unsigned int fileId);
@@ -29,14 +30,12 @@ protected:
     virtual QVRESULT WriteAnnotationList(QvpNodeType type, IBookAnnotation* list,
                                          unsigned int count) = 0;
 
-    // The record type that holds annotations of a type; QvpNodeFree for no such type.
-    static QvpNodeType RecordTypeOf(QvAnnotationType type);
-    // The field for the list of a record type from 5 to 7.
-    Qvp_Node*& ListOf(QvpNodeType type);
-    // Asks the container for a list.
-    QVRESULT AttachList(QvpNodeType type);
-    // 1 when the list has records and the first is in use, else 0.
+    // Asks the container for a list; 1 when it has records and the first is in use, else 0.
     int AttachDataNode(QvAnnotationType type);
+    // The record type that holds annotations of a type; QvpNodeFree for no such type.
+    UMDFORMAT_HIDDEN static QvpNodeType RecordTypeOf(QvAnnotationType type);
+    // The field for the list of a record type from 5 to 7.
+    UMDFORMAT_HIDDEN Qvp_Node*& ListOf(QvpNodeType type);
 
     CQvpFile* m_pFile;
     unsigned int m_nFileId;

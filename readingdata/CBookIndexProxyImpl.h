@@ -7,8 +7,8 @@ namespace QvFormat {
 
 class CQvpFile;
 
-// The list of integers of one file id in a container, which must outlive the proxy. A record holds
-// up to 200.
+// The list of integers of one file id in a container, which must outlive the proxy and is used by
+// the same thread. A record holds up to 200.
 class UMDFORMAT_API CBookIndexProxyImpl : public IBookIndexProxy {
 public:
     CBookIndexProxyImpl(CQvpFile* file, unsigned int fileId);
@@ -18,9 +18,7 @@ public:
     QVRESULT SetIndexList(int* entries, unsigned int count) override;
 
 protected:
-    // Asks the container for the list.
-    QVRESULT AttachList();
-    // 1 when the list has a record, else 0.
+    // Asks the container for the list; 1 when it has a record, else 0.
     int AttachDataNode();
     // A new record, not yet the container's; null when memory runs out.
     Qvp_Node* CreateQvpNode();

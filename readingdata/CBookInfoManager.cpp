@@ -4,8 +4,8 @@
 #include <memory>
 #include <new>
 
+#include "base/OwnedArray.h"
 #include "readingdata/CQvpFile.h"
-#include "readingdata/NewArray.h"
 
 namespace QvFormat {
 

@@ -1,17 +1,16 @@
 #include "readingdata/CBookInfoProxyImpl.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <memory>
 
 #include "IBookAnnotation.h"
 #include "base/ByteReader.h"
-#include "base/LittleEndian.h"
+#include "base/OwnedArray.h"
 #include "readingdata/CBookAnnotationHelper.h"
 #include "readingdata/CBookAnnotationImpl.h"
-#include "readingdata/CQvpFile.h"
-#include "readingdata/NewArray.h"
-#include "readingdata/QvpFormat.h"
+#include "readingdata/QvpRecordList.h"
 
 namespace QvFormat {
 
@@ -42,19 +41,16 @@ CBookInfoProxyImpl::~CBookInfoProxyImpl() = default;
 
 // --- finding the record -------------------------------------------------------------------------
 
-QVRESULT CBookInfoProxyImpl::AttachList() {
-    return m_pFile->AttachNodeList(QvpNodeBookInfo, m_nFileId, &m_pNode);
-}
-
 int CBookInfoProxyImpl::AttachDataNode() {
-    return AttachList() == QV_S_OK && ParseDataNode();
+    return m_pFile->AttachNodeList(QvpNodeBookInfo, m_nFileId, &m_pNode) == QV_S_OK &&
+           ParseDataNode();
 }
 
 int CBookInfoProxyImpl::ParseDataNode() {
     if (!m_pNode || !m_pNode->pData || m_pNode->nLength == 0)
         return 0;
     const unsigned char* data = m_pNode->pData;
-    const unsigned int length = m_pNode->nLength < INT_MAX ? m_pNode->nLength : INT_MAX;
+    const unsigned int length = std::min(m_pNode->nLength, INT_MAX - QvpFormat::BookInfoLength);
     int position = 0;
     unsigned int* const strings[] = {&m_nBookNameOffset,      &m_nAuthorNameOffset,
                                      &m_nCoverPagePathOffset, &m_nPublisherNameOffset,
@@ -65,13 +61,13 @@ int CBookInfoProxyImpl::ParseDataNode() {
     }
     m_nBookSourceOffset = static_cast<unsigned int>(position);
     m_nReadingProgressOffset = m_nBookSourceOffset + QvpFormat::BookSourceSize;
-    if (!ProcessFixed(length, &position,
-                      QvpFormat::BookSourceSize + QvpFormat::ReadingProgressSize) ||
-        !ProcessRawBlock(data, length, &position, &m_nReadingBookmarkOffset))
+    constexpr int fixed = QvpFormat::BookSourceSize + QvpFormat::ReadingProgressSize;
+    position += fixed;
+    if (!ProcessRawBlock(data, length, &position, &m_nReadingBookmarkOffset))
         return 0;
     m_nIsSerializedOffset = static_cast<unsigned int>(position);
-    return ProcessFixed(length, &position, QvpFormat::IsSerializedSize) &&
-           ProcessRawBlock(data, length, &position, &m_nLatestSectionOffset);
+    position += QvpFormat::IsSerializedSize;
+    return ProcessRawBlock(data, length, &position, &m_nLatestSectionOffset);
 }
 
 int CBookInfoProxyImpl::ProcessRawBlock(unsigned char const* data, unsigned int length,
@@ -83,13 +79,6 @@ int CBookInfoProxyImpl::ProcessRawBlock(unsigned char const* data, unsigned int 
         return 0;
     *slotOffset = static_cast<unsigned int>(*position);
     *position = static_cast<int>(reader.Position());
-    return 1;
-}
-
-int CBookInfoProxyImpl::ProcessFixed(unsigned int length, int* position, unsigned int size) {
-    if (size > length - static_cast<unsigned int>(*position))
-        return 0;
-    *position += static_cast<int>(size);
     return 1;
 }
 
@@ -106,8 +95,7 @@ int CBookInfoProxyImpl::InitializeAttachedDataNode(int readOnly) {
     m_bParsed = AttachDataNode();
     if (m_bParsed || readOnly || m_pNode)
         return m_bParsed;
-    // A record that memory did not suffice to load must not get a second one beside it.
-    if (AttachList() != QV_S_OK || m_pNode)
+    if (!AttachForWriting(m_pFile, QvpNodeBookInfo, m_nFileId, &m_pNode) || m_pNode)
         return 0;
     QvpNodePtr node(CreateQvpNode());
     if (!node || m_pFile->AppendNodeList(node.get()) != QV_S_OK)
@@ -117,32 +105,32 @@ int CBookInfoProxyImpl::InitializeAttachedDataNode(int readOnly) {
     return m_bParsed;
 }
 
-QVRESULT CBookInfoProxyImpl::Prepare(int readOnly) {
-    if (m_pNode)
-        return m_bParsed ? QV_S_OK : QV_E_FAIL;
-    return InitializeAttachedDataNode(readOnly) ? QV_S_OK : QV_E_FAIL;
+QVRESULT CBookInfoProxyImpl::Prepare(bool bArguments, int readOnly) {
+    const QVRESULT refused = CheckProxy(m_pFile, bArguments);
+    if (refused != QV_S_OK)
+        return refused;
+    const int ready = m_pNode ? m_bParsed : InitializeAttachedDataNode(readOnly);
+    return ready ? QV_S_OK : QV_E_FAIL;
+}
+
+QVRESULT CBookInfoProxyImpl::PrepareSet() {
+    const QVRESULT result = Prepare(true, 0);
+    if (result == QV_S_OK)
+        m_pNode->bModified = 1;
+    return result;
 }
 
 // --- strings ------------------------------------------------------------------------------------
 
-QVRESULT CBookInfoProxyImpl::GetString(const unsigned int& slotOffset, char** out) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    if (!out)
-        return QV_E_INVALIDARG;
-    *out = nullptr;
-    const QVRESULT result = Prepare(1);
-    return result == QV_S_OK ? ReadData(slotOffset, out) : result;
+QVRESULT CBookInfoProxyImpl::GetString(Offset slot, char** out) {
+    const QVRESULT refused = CheckProxy(m_pFile, out);
+    const QVRESULT result = refused == QV_S_OK ? Prepare(true, 1) : refused;
+    return result == QV_S_OK ? ReadData(this->*slot, out) : result;
 }
 
-QVRESULT CBookInfoProxyImpl::SetString(const unsigned int& slotOffset, char const* text,
-                                       unsigned int length) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    if (!text)
-        return QV_E_INVALIDARG;
-    const QVRESULT result = Prepare(0);
-    return result == QV_S_OK ? WriteData(slotOffset, text, length) : result;
+QVRESULT CBookInfoProxyImpl::SetString(Offset slot, char const* text, unsigned int length) {
+    const QVRESULT result = Prepare(text, 0);
+    return result == QV_S_OK ? WriteData(this->*slot, text, length) : result;
 }
 
 QVRESULT CBookInfoProxyImpl::ReadData(unsigned int slotOffset, char** out) {
@@ -168,35 +156,33 @@ QVRESULT CBookInfoProxyImpl::WriteData(unsigned int slotOffset, char const* text
 }
 
 QVRESULT CBookInfoProxyImpl::GetBookName(char** name) {
-    return GetString(m_nBookNameOffset, name);
+    return GetString(&CBookInfoProxyImpl::m_nBookNameOffset, name);
 }
 
 QVRESULT CBookInfoProxyImpl::GetAuthorName(char** name) {
-    return GetString(m_nAuthorNameOffset, name);
+    return GetString(&CBookInfoProxyImpl::m_nAuthorNameOffset, name);
 }
 
 QVRESULT CBookInfoProxyImpl::GetCoverPagePath(char** path) {
-    return GetString(m_nCoverPagePathOffset, path);
+    return GetString(&CBookInfoProxyImpl::m_nCoverPagePathOffset, path);
 }
 
 QVRESULT CBookInfoProxyImpl::GetPublisherName(char** name) {
-    return GetString(m_nPublisherNameOffset, name);
+    return GetString(&CBookInfoProxyImpl::m_nPublisherNameOffset, name);
 }
 
 QVRESULT CBookInfoProxyImpl::GetISBN(char** isbn) {
-    return GetString(m_nISBNOffset, isbn);
+    return GetString(&CBookInfoProxyImpl::m_nISBNOffset, isbn);
 }
 
 QVRESULT CBookInfoProxyImpl::GetSummary(char** summary) {
-    return GetString(m_nSummaryOffset, summary);
+    return GetString(&CBookInfoProxyImpl::m_nSummaryOffset, summary);
 }
 
 QVRESULT CBookInfoProxyImpl::GetLatestSection(char** section) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    if (!section)
-        return QV_E_INVALIDARG;
-    *section = nullptr;
+    const QVRESULT refused = CheckProxy(m_pFile, section);
+    if (refused != QV_S_OK)
+        return refused;
     int serialized = 0;
     if (GetIsSerialized(&serialized) != QV_S_OK || !serialized)
         return QV_E_FAIL;
@@ -204,110 +190,82 @@ QVRESULT CBookInfoProxyImpl::GetLatestSection(char** section) {
 }
 
 QVRESULT CBookInfoProxyImpl::SetBookName(char const* name, unsigned int length) {
-    return SetString(m_nBookNameOffset, name, length);
+    return SetString(&CBookInfoProxyImpl::m_nBookNameOffset, name, length);
 }
 
 QVRESULT CBookInfoProxyImpl::SetAuthorName(char const* name, unsigned int length) {
-    return SetString(m_nAuthorNameOffset, name, length);
+    return SetString(&CBookInfoProxyImpl::m_nAuthorNameOffset, name, length);
 }
 
 QVRESULT CBookInfoProxyImpl::SetCoverPagePath(char const* path, unsigned int length) {
-    return SetString(m_nCoverPagePathOffset, path, length);
+    return SetString(&CBookInfoProxyImpl::m_nCoverPagePathOffset, path, length);
 }
 
 QVRESULT CBookInfoProxyImpl::SetPublisherName(char const* name, unsigned int length) {
-    return SetString(m_nPublisherNameOffset, name, length);
+    return SetString(&CBookInfoProxyImpl::m_nPublisherNameOffset, name, length);
 }
 
 QVRESULT CBookInfoProxyImpl::SetISBN(char const* isbn, unsigned int length) {
-    return SetString(m_nISBNOffset, isbn, length);
+    return SetString(&CBookInfoProxyImpl::m_nISBNOffset, isbn, length);
 }
 
 QVRESULT CBookInfoProxyImpl::SetLatestSection(char const* section, unsigned int length) {
-    return SetString(m_nLatestSectionOffset, section, length);
+    return SetString(&CBookInfoProxyImpl::m_nLatestSectionOffset, section, length);
 }
 
 QVRESULT CBookInfoProxyImpl::SetSummary(char const* summary, unsigned int length) {
-    return SetString(m_nSummaryOffset, summary, length);
+    return SetString(&CBookInfoProxyImpl::m_nSummaryOffset, summary, length);
 }
 
 // --- numbers ------------------------------------------------------------------------------------
 
 QVRESULT CBookInfoProxyImpl::GetBookSource(QvBookSource* source) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    if (!source)
-        return QV_E_INVALIDARG;
-    const QVRESULT result = Prepare(1);
+    const QVRESULT result = Prepare(source, 1);
     if (result == QV_S_OK)
         *source = static_cast<QvBookSource>(*Field(m_nBookSourceOffset));
     return result;
 }
 
 QVRESULT CBookInfoProxyImpl::GetReadingProgress(unsigned int* progress) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    if (!progress)
-        return QV_E_INVALIDARG;
-    const QVRESULT result = Prepare(1);
+    const QVRESULT result = Prepare(progress, 1);
     if (result == QV_S_OK)
         *progress = LoadLE32(Field(m_nReadingProgressOffset));
     return result;
 }
 
 QVRESULT CBookInfoProxyImpl::GetIsSerialized(int* serialized) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    if (!serialized)
-        return QV_E_INVALIDARG;
-    const QVRESULT result = Prepare(1);
+    const QVRESULT result = Prepare(serialized, 1);
     if (result == QV_S_OK)
         *serialized = *Field(m_nIsSerializedOffset) != 0;
     return result;
 }
 
 QVRESULT CBookInfoProxyImpl::SetReadingProgress(unsigned int progress) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    const QVRESULT result = Prepare(0);
-    if (result == QV_S_OK) {
+    const QVRESULT result = PrepareSet();
+    if (result == QV_S_OK)
         StoreLE32(Field(m_nReadingProgressOffset), progress);
-        m_pNode->bModified = 1;
-    }
     return result;
 }
 
 QVRESULT CBookInfoProxyImpl::SetBookSource(QvBookSource source) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    const QVRESULT result = Prepare(0);
-    if (result == QV_S_OK) {
+    const QVRESULT result = PrepareSet();
+    if (result == QV_S_OK)
         *Field(m_nBookSourceOffset) = static_cast<unsigned char>(source);
-        m_pNode->bModified = 1;
-    }
     return result;
 }
 
 QVRESULT CBookInfoProxyImpl::SetIsSerialized(int serialized) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    const QVRESULT result = Prepare(0);
-    if (result == QV_S_OK) {
+    const QVRESULT result = PrepareSet();
+    if (result == QV_S_OK)
         *Field(m_nIsSerializedOffset) = serialized != 0;
-        m_pNode->bModified = 1;
-    }
     return result;
 }
 
 // --- the reading bookmark -----------------------------------------------------------------------
 
 QVRESULT CBookInfoProxyImpl::GetReadingBookmark(IBookAnnotation** bookmark) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    if (!bookmark)
-        return QV_E_INVALIDARG;
-    *bookmark = nullptr;
-    const QVRESULT result = Prepare(1);
+    const QVRESULT refused = CheckProxy(m_pFile, bookmark);
+    const QVRESULT result = refused == QV_S_OK ? Prepare(true, 1) : refused;
     if (result != QV_S_OK)
         return result;
     *bookmark = CBookAnnotationHelper::CreateAnnotationFromBuffer(
@@ -317,11 +275,7 @@ QVRESULT CBookInfoProxyImpl::GetReadingBookmark(IBookAnnotation** bookmark) {
 }
 
 QVRESULT CBookInfoProxyImpl::SetReadingBookmark(IBookAnnotation* bookmark) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    if (!bookmark)
-        return QV_E_INVALIDARG;
-    const QVRESULT result = Prepare(0);
+    const QVRESULT result = Prepare(bookmark, 0);
     if (result != QV_S_OK)
         return result;
     if (!CBookAnnotationHelper::SaveAnnotationToBuffer(

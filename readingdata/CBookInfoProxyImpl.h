@@ -7,8 +7,8 @@ namespace QvFormat {
 
 class CQvpFile;
 
-// The book-information record of one file id in a container, which must outlive the proxy. The
-// proxy finds the record at its first operation and keeps to it.
+// The book-information record of one file id in a container, which must outlive the proxy and is
+// used by the same thread. The proxy finds the record at its first operation and keeps to it.
 class UMDFORMAT_API CBookInfoProxyImpl : public IBookInfoProxy {
 public:
     CBookInfoProxyImpl(CQvpFile* file, unsigned int fileId);
@@ -39,29 +39,21 @@ public:
     QVRESULT SetReadingBookmark(IBookAnnotation* bookmark) override;
 
 protected:
-    // Asks the container for the list whose first node is the record.
-    QVRESULT AttachList();
-    // Flags: 1 success, 0 failure.
+    // Finds the record, which is the first node of its list, and in it the fields. Flags: 1
+    // success, 0 failure.
     int AttachDataNode();
     int ParseDataNode();
-    // Takes the slot at `*position`: stores where it begins and steps behind it.
+    // Takes the slot at `*position`: stores where it begins and steps over it.
     int ProcessRawBlock(unsigned char const* data, unsigned int length, int* position,
                         unsigned int* slotOffset);
-    // Steps over `size` bytes of fixed fields at `*position`.
-    static int ProcessFixed(unsigned int length, int* position, unsigned int size);
     // A new record with empty slots, not yet the container's; null when memory runs out.
     Qvp_Node* CreateQvpNode();
+    // Makes a missing record unless `readOnly`.
     int InitializeAttachedDataNode(int readOnly);
 
-    // Finds the record, and makes it unless `readOnly`. QV_E_FAIL: there is none, or it is damaged.
-    QVRESULT Prepare(int readOnly);
-
-    // The access to one field, whose offset the parse has stored in the member given.
-    QVRESULT GetString(const unsigned int& slotOffset, char** out);
-    QVRESULT SetString(const unsigned int& slotOffset, char const* text, unsigned int length);
+    // The access to a string once its slot is known.
     QVRESULT ReadData(unsigned int slotOffset, char** out);
     QVRESULT WriteData(unsigned int slotOffset, char const* text, unsigned int length);
-    unsigned char* Field(unsigned int offset) { return m_pNode->pData + offset; }
 
     unsigned int m_nBookNameOffset = 0;
     unsigned int m_nAuthorNameOffset = 0;
@@ -78,6 +70,20 @@ protected:
     CQvpFile* m_pFile;
     unsigned int m_nFileId;
     Qvp_Node* m_pNode = nullptr; // the container's
+
+private:
+    // A field's offset, by the member that holds it once the record is parsed.
+    using Offset = unsigned int CBookInfoProxyImpl::*;
+
+    // What every operation begins with: refuses what a proxy refuses, and finds the record, or
+    // makes it unless `readOnly`.
+    UMDFORMAT_HIDDEN QVRESULT Prepare(bool bArguments, int readOnly);
+    // The same for setters that cannot fail afterwards: marks the record.
+    UMDFORMAT_HIDDEN QVRESULT PrepareSet();
+
+    UMDFORMAT_HIDDEN QVRESULT GetString(Offset slot, char** out);
+    UMDFORMAT_HIDDEN QVRESULT SetString(Offset slot, char const* text, unsigned int length);
+    unsigned char* Field(unsigned int offset) { return m_pNode->pData + offset; }
 };
 
 static_assert(sizeof(void*) != 4 || sizeof(CBookInfoProxyImpl) == 64);

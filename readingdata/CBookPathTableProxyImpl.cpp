@@ -1,7 +1,7 @@
 #include "readingdata/CBookPathTableProxyImpl.h"
 
 #include "base/ByteReader.h"
-#include "readingdata/NewArray.h"
+#include "readingdata/ItemArray.h"
 #include "readingdata/QvpRecordList.h"
 
 namespace QvFormat {
@@ -15,88 +15,42 @@ bool IsStorable(const QvpPathItem& item) {
            strnlen(item.pszPath, QvpFormat::MaxPathLength + 1) <= QvpFormat::MaxPathLength;
 }
 
-bool AreStorable(const QvpPathItem* items, unsigned int count) {
-    for (unsigned int i = 0; i < count; ++i) {
-        if (!items || !IsStorable(items[i]))
-            return false;
-    }
-    return true;
-}
-
-class PathEntries {
-public:
-    PathEntries(const QvpPathItem* items, unsigned int count) : m_pNext(items), m_nLeft(count) {}
-
-    bool Done() const { return m_nLeft == 0; }
-
+struct PathEntries : Entries<QvpPathItem> {
     std::uint32_t Fill(unsigned char* data, std::uint32_t length) {
         std::uint32_t position = QvpFormat::CountSize;
         std::uint32_t count = 0;
-        for (; m_nLeft != 0; ++count, ++m_pNext, --m_nLeft) {
-            const std::size_t pathSize = std::strlen(m_pNext->pszPath) + 1;
+        for (; nLeft != 0; ++count, ++pNext, --nLeft) {
+            const std::size_t pathSize = std::strlen(pNext->pszPath) + 1;
             if (QvpFormat::PathValuesSize + pathSize > length - position)
                 break;
-            StoreLE32(data + position, m_pNext->nValue0);
-            StoreLE32(data + position + 4, m_pNext->nValue1);
+            StoreLE32(data + position, pNext->nValue0);
+            StoreLE32(data + position + 4, pNext->nValue1);
             position += QvpFormat::PathValuesSize;
-            std::memcpy(data + position, m_pNext->pszPath, pathSize);
+            std::memcpy(data + position, pNext->pszPath, pathSize);
             position += static_cast<std::uint32_t>(pathSize);
         }
         return count;
     }
-
-private:
-    const QvpPathItem* m_pNext;
-    std::uint32_t m_nLeft;
 };
 
-// Items that are released together with their paths until they are handed out.
-class PathArray {
-public:
-    explicit PathArray(std::size_t capacity) : m_pItems(NewArray<QvpPathItem>(capacity)) {}
-    PathArray(const PathArray&) = delete;
-    PathArray& operator=(const PathArray&) = delete;
-    ~PathArray() {
-        for (std::uint32_t i = 0; m_pItems && i < m_nCount; ++i)
-            delete[] m_pItems[i].pszPath;
-    }
+// Copies the next item of a record; false when it is damaged or memory runs out.
+bool AddPath(const Qvp_Node* node, ByteReader* reader, ItemArray<QvpPathItem>* list) {
+    QvpPathItem item = {};
+    if (!reader->ReadU32(&item.nValue0) || !reader->ReadU32(&item.nValue1))
+        return false;
+    const auto* path = reinterpret_cast<const char*>(node->pData + reader->Position());
+    const std::size_t length = strnlen(path, reader->Remaining());
+    return reader->Skip(length + 1) && list->Add(item, path, length);
+}
 
-    bool IsValid() const { return m_pItems != nullptr; }
-    std::uint32_t Count() const { return m_nCount; }
-    QvpPathItem* Release() { return m_pItems.release(); }
-
-    // Copies the items of a record; false when one is damaged or memory runs out.
-    bool AddRecord(const Qvp_Node* node) {
-        ByteReader reader(node->pData, node->nLength);
-        std::uint32_t held = 0;
-        if (!reader.ReadU32(&held))
-            return false;
-        for (; held != 0; --held) {
-            if (!AddItem(node, &reader))
-                return false;
-        }
-        return true;
-    }
-
-private:
-    bool AddItem(const Qvp_Node* node, ByteReader* reader) {
-        QvpPathItem item = {};
-        if (!reader->ReadU32(&item.nValue0) || !reader->ReadU32(&item.nValue1))
-            return false;
-        const auto* path = reinterpret_cast<const char*>(node->pData + reader->Position());
-        const std::size_t length = strnlen(path, reader->Remaining());
-        if (!reader->Skip(length + 1))
-            return false;
-        item.pszPath = CopyString(path, length).release();
-        if (!item.pszPath)
-            return false;
-        m_pItems[m_nCount++] = item;
-        return true;
-    }
-
-    std::unique_ptr<QvpPathItem[]> m_pItems;
-    std::uint32_t m_nCount = 0;
-};
+bool AddPaths(const Qvp_Node* node, ItemArray<QvpPathItem>* list) {
+    ByteReader reader(node->pData, node->nLength);
+    std::uint32_t left = 0;
+    reader.ReadU32(&left);
+    while (left != 0 && AddPath(node, &reader, list))
+        --left;
+    return left == 0;
+}
 
 // Adds up the counts as they stand. False when a record cannot hold what it says, so that no count
 // makes the result larger than the file.
@@ -120,12 +74,8 @@ CBookPathTableProxyImpl::CBookPathTableProxyImpl(CQvpFile* file, unsigned int fi
 
 CBookPathTableProxyImpl::~CBookPathTableProxyImpl() = default;
 
-QVRESULT CBookPathTableProxyImpl::AttachList() {
-    return m_pFile->AttachNodeList(QvpNodePathTable, m_nFileId, &m_pList);
-}
-
 int CBookPathTableProxyImpl::AttachDataNode() {
-    return AttachList() == QV_S_OK && m_pList;
+    return m_pFile->AttachNodeList(QvpNodePathTable, m_nFileId, &m_pList) == QV_S_OK && m_pList;
 }
 
 Qvp_Node* CBookPathTableProxyImpl::CreateQvpNode() {
@@ -133,44 +83,30 @@ Qvp_Node* CBookPathTableProxyImpl::CreateQvpNode() {
 }
 
 QVRESULT CBookPathTableProxyImpl::SetPathTable(QvpPathItem* items, unsigned int count) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    if (!AreStorable(items, count))
-        return QV_E_INVALIDARG;
-    if (!m_pList && AttachList() == QV_E_OUTOFMEMORY)
-        return QV_E_FAIL;
-    PathEntries remaining(items, count);
-    return ReplaceRecords(m_pFile, QvpNodePathTable, m_pList, &remaining,
+    const QVRESULT refused = CheckProxy(m_pFile, AreStorable(items, count, IsStorable));
+    if (refused != QV_S_OK)
+        return refused;
+    PathEntries remaining{{items, count}};
+    return ReplaceRecords(m_pFile, QvpNodePathTable, m_nFileId, &m_pList, &remaining,
                           [this] { return CreateQvpNode(); });
 }
 
 QVRESULT CBookPathTableProxyImpl::GetPathTable(QvpPathItem** items, unsigned int* count) {
-    if (!m_pFile)
-        return QV_E_NOTREADY;
-    if (!items)
-        return QV_E_INVALIDARG;
-    *items = nullptr;
+    const QVRESULT refused = CheckProxy(m_pFile, items);
+    if (refused != QV_S_OK)
+        return refused;
     if (!m_pList && !AttachDataNode())
         return QV_E_FAIL;
     std::uint64_t total = 0;
-    const bool bSound = CountItems(m_pList, &total);
-    if (total == 0) {
-        if (count)
-            *count = 0;
-        return QV_S_OK;
-    }
-    if (!bSound)
+    if (!CountItems(m_pList, &total) && total != 0)
         return QV_E_FAIL;
-    PathArray list(static_cast<std::size_t>(total));
+    ItemArray<QvpPathItem> list(static_cast<std::size_t>(total));
     if (!list.IsValid())
         return QV_E_OUTOFMEMORY;
-    for (const Qvp_Node* node = m_pList; node; node = node->pNext) {
-        if (node->nType == QvpNodePathTable && !list.AddRecord(node))
-            return QV_E_FAIL;
-    }
-    if (count)
-        *count = list.Count();
-    *items = list.Release();
+    if (!ForEachInUse(m_pList, QvpNodePathTable,
+                      [&list](const Qvp_Node* node) { return AddPaths(node, &list); }))
+        return QV_E_FAIL;
+    *items = list.Release(count);
     return QV_S_OK;
 }
 

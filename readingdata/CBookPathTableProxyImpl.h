@@ -7,8 +7,8 @@ namespace QvFormat {
 
 class CQvpFile;
 
-// The path table of a container, which must outlive the proxy. It is the same table for every file
-// id; new records carry the one given here.
+// The path table of a container, which must outlive the proxy and is used by the same thread. It is
+// the same table for every file id; new records carry the one given here.
 class UMDFORMAT_API CBookPathTableProxyImpl : public IBookPathTableProxy {
 public:
     CBookPathTableProxyImpl(CQvpFile* file, unsigned int fileId);
@@ -18,9 +18,7 @@ public:
     QVRESULT SetPathTable(QvpPathItem* items, unsigned int count) override;
 
 protected:
-    // Asks the container for the list.
-    QVRESULT AttachList();
-    // 1 when the list has a record, else 0.
+    // Asks the container for the list; 1 when it has a record, else 0.
     int AttachDataNode();
     // A new record, not yet the container's; null when memory runs out.
     Qvp_Node* CreateQvpNode();

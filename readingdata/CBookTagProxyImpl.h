@@ -7,7 +7,8 @@ namespace QvFormat {
 
 class CQvpFile;
 
-// The tags of one file id in a container, which must outlive the proxy. A record holds up to 10.
+// The tags of one file id in a container, which must outlive the proxy and is used by the same
+// thread. A record holds up to 10.
 class UMDFORMAT_API CBookTagProxyImpl : public IBookTagProxy {
 public:
     CBookTagProxyImpl(CQvpFile* file, unsigned int fileId);
@@ -17,9 +18,7 @@ public:
     QVRESULT SetTagList(char** tags, unsigned int count) override;
 
 protected:
-    // Asks the container for the list.
-    QVRESULT AttachList();
-    // 1 when the list has a record, else 0.
+    // Asks the container for the list; 1 when it has a record, else 0.
     int AttachDataNode();
     // A new record, not yet the container's; null when memory runs out.
     Qvp_Node* CreateQvpNode();

@@ -1,5 +1,6 @@
 #include "readingdata/CQvpFile.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <new>
@@ -11,17 +12,16 @@
 #include "IQVSequentialStream.h"
 #include "base/CUtility.h"
 #include "base/Handles.h"
-#include "base/LittleEndian.h"
+#include "base/OwnedArray.h"
+#include "base/RegularFile.h"
 #include "readingdata/CBookIndexProxyImpl.h"
 #include "readingdata/CBookInfoProxyImpl.h"
 #include "readingdata/CBookPathTableProxyImpl.h"
 #include "readingdata/CBookTagProxyImpl.h"
-#include "readingdata/NewArray.h"
 #include "readingdata/NodePlaces.h"
 #include "readingdata/QvpFormat.h"
 #include "readingdata/QvpRecordFile.h"
 #include "readingdata/QvpRecordScan.h"
-#include "readingdata/ReplacementFile.h"
 
 namespace QvFormat {
 
@@ -42,25 +42,12 @@ constexpr ListOfType FileIdLists[] = {
     {QvpNodeTagList, &Qvp_File_Data_Node::pTagList},
 };
 
-bool CreateEmptyFile(const char* path) {
-    ReplacementFile file;
-    return file.Open(path) &&
-           std::fwrite(QvpFormat::NewHeader, sizeof QvpFormat::NewHeader, 1, file.File()) == 1 &&
-           file.Close() && file.PutInPlace();
-}
-
 FilePtr OpenForReading(const char* path, bool create) {
-    FilePtr file(std::fopen(path, "rb"));
-    if (file || !create || CUtility::CheckFileExistence(path) || !CreateEmptyFile(path))
+    FilePtr file = OpenRegularFile(path, false);
+    if (file || !create || CUtility::CheckFileExistence(path) ||
+        ReplaceFile(path, QvpFormat::NewHeader, sizeof QvpFormat::NewHeader) != Replacement::Done)
         return file;
-    return FilePtr(std::fopen(path, "rb"));
-}
-
-std::FILE* OpenUnbuffered(const char* path, const char* mode) {
-    std::FILE* file = std::fopen(path, mode);
-    if (file)
-        std::setvbuf(file, nullptr, _IONBF, 0);
-    return file;
+    return OpenRegularFile(path, false);
 }
 
 bool IsNew(const Qvp_Node* node) {
@@ -71,12 +58,28 @@ bool IsUnsaved(const Qvp_Node* node) {
     return IsNew(node) || (node->nOffset != 0 && node->bModified);
 }
 
+// A record of which every reader makes a node, unless its list is not known.
+bool IsListed(const QvpRecord& record) {
+    return record.bWhole && record.nType != QvpNodeFree && record.nLength != 0 &&
+           record.nLength <= INT_MAX;
+}
+
+// Whatever is appended after a record that was cut off while it was written would be taken for its
+// missing bytes.
+bool EndsTorn(const unsigned char* image, long size) {
+    QvpRecordScan scan(size);
+    QvpRecord record = {};
+    while (scan.Next(image, &record)) {
+    }
+    return !scan.ReachedEnd();
+}
+
 } // namespace
 
 CQvpFile::CQvpFile() = default;
 
 CQvpFile::~CQvpFile() {
-    if (m_pszPath)
+    if (m_pszPath && !IsUpToDate())
         CQvpFile::Flush();
     FreeFileDataList(m_pFileDataList);
     FreeDataList(m_pPathTableList);
@@ -110,20 +113,19 @@ QVRESULT CQvpFile::Open(char const* path, int create) {
 // Reads the whole file or nothing: what a short read left out would be lost at the next compaction.
 QVRESULT CQvpFile::ReadImage(std::FILE* file, Image* image, long* size) {
     unsigned char header[QvpFormat::HeaderSize];
-    if (std::fseek(file, 0, SEEK_END) != 0)
+    struct stat status = {};
+    if (fstat(fileno(file), &status) != 0 || std::fread(header, sizeof header, 1, file) != 1 ||
+        !HandleHeader(header))
         return QV_E_FAIL;
-    const long end = std::ftell(file);
-    if (end < QvpFormat::HeaderSize || std::fseek(file, 0, SEEK_SET) != 0 ||
-        std::fread(header, 1, sizeof header, file) != sizeof header || !HandleHeader(header))
-        return QV_E_FAIL;
-    Image bytes = NewArray<unsigned char>(static_cast<std::size_t>(end));
+    const auto count = static_cast<std::size_t>(status.st_size);
+    Image bytes = NewArray<unsigned char>(count);
     if (!bytes)
         return QV_E_OUTOFMEMORY;
-    const auto count = static_cast<std::size_t>(end);
-    if (std::fseek(file, 0, SEEK_SET) != 0 || std::fread(bytes.get(), 1, count, file) != count)
+    std::rewind(file);
+    if (std::fread(bytes.get(), 1, count, file) != count)
         return QV_E_FAIL;
     *image = std::move(bytes);
-    *size = end;
+    *size = static_cast<long>(count);
     return QV_S_OK;
 }
 
@@ -188,7 +190,7 @@ QVRESULT CQvpFile::GetTagProxy(IBookTagProxy** proxy, unsigned int fileId) {
 }
 
 QVRESULT CQvpFile::GetPathTableProxy(IBookPathTableProxy** proxy) {
-    return MakeProxy<CBookPathTableProxyImpl>(this, m_bOpened, QvpFormat::CommonFileId, proxy);
+    return MakeProxy<CBookPathTableProxyImpl>(this, m_bOpened, CommonFileId, proxy);
 }
 
 QVRESULT CQvpFile::Save(char const*) {
@@ -275,7 +277,7 @@ QVRESULT CQvpFile::AttachNodeList(QvpNodeType type, unsigned int fileId, Qvp_Nod
     *head = nullptr;
     if (type != QvpNodePathTable && !FindFileDataNode(fileId))
         return QV_E_FAIL;
-    Qvp_Node** slot = ListSlot(type, fileId);
+    Qvp_Node** slot = FindList(type, fileId);
     if (!slot)
         return QV_E_INVALIDARG;
     const QVRESULT result = *slot ? QV_S_OK : LoadNodeList(type, fileId, slot);
@@ -289,17 +291,16 @@ QVRESULT CQvpFile::AppendNodeList(Qvp_Node* chain) {
     if (!chain)
         return QV_E_INVALIDARG;
     Qvp_Node* last = nullptr; // the node placed before, the tail of its list
-    while (chain) {
-        Qvp_Node* node = chain;
+    while (Qvp_Node* node = chain) {
         const bool bSameList = last && last->nType == node->nType && last->nId == node->nId;
-        Qvp_Node** slot = bSameList ? &last->pNext : ListSlot(node->nType, node->nId);
         const bool bListed = node->nType > QvpNodeFree && node->nType <= QvpNodeCommentAnnotations;
-        if (bListed && !slot)
+        if (bListed && node->nType != QvpNodePathTable && !FindFileDataNode(node->nId))
             return QV_E_FAIL;
         chain = node->pNext;
         node->pNext = nullptr;
         if (!bListed)
             continue;
+        Qvp_Node** slot = bSameList ? &last->pNext : FindList(node->nType, node->nId);
         while (*slot)
             slot = &(*slot)->pNext;
         *slot = last = node;
@@ -321,28 +322,51 @@ Qvp_File_Data_Node* CQvpFile::FindFileDataNode(unsigned int fileId) {
     return group;
 }
 
-Qvp_Node** CQvpFile::ListSlot(QvpNodeType type, unsigned int fileId) {
+Qvp_Node** CQvpFile::FindList(unsigned int type, unsigned int fileId) {
     if (type == QvpNodePathTable)
         return &m_pPathTableList;
-    for (const ListOfType& entry : FileIdLists) {
-        if (entry.type != type)
-            continue;
-        Qvp_File_Data_Node* group = FindFileDataNode(fileId);
-        return group ? &(group->*entry.list) : nullptr;
+    for (Qvp_File_Data_Node* group = m_pFileDataList; group; group = group->pNext) {
+        for (const ListOfType& entry : FileIdLists) {
+            if (group->nFileId == fileId && entry.type == static_cast<QvpNodeType>(type))
+                return &(group->*entry.list);
+        }
     }
     return nullptr;
+}
+
+bool CQvpFile::IsLoaded(const QvpRecord& record) {
+    Qvp_Node** list = IsListed(record) ? FindList(record.nType, record.nId) : nullptr;
+    return list && *list;
 }
 
 template<typename Visit>
 void CQvpFile::ForEachNode(Visit visit) const {
     for (Qvp_Node* node = m_pPathTableList; node; node = node->pNext)
-        visit(node, QvpNodePathTable);
+        visit(node);
     for (Qvp_File_Data_Node* group = m_pFileDataList; group; group = group->pNext) {
         for (const ListOfType& entry : FileIdLists) {
             for (Qvp_Node* node = group->*entry.list; node; node = node->pNext)
-                visit(node, entry.type);
+                visit(node);
         }
     }
+}
+
+bool CQvpFile::HasNode(bool (*predicate)(const Qvp_Node*)) const {
+    bool bFound = false;
+    ForEachNode([&](const Qvp_Node* node) { bFound = bFound || predicate(node); });
+    return bFound;
+}
+
+// All nodes, by the offsets of their records.
+NodePlaces CQvpFile::Places() const {
+    std::size_t count = 0;
+    ForEachNode([&count](Qvp_Node*) { ++count; });
+    NodePlaces places(count);
+    if (places.IsValid()) {
+        ForEachNode([&places](Qvp_Node* node) { places.Note(node); });
+        places.Sort();
+    }
+    return places;
 }
 
 void CQvpFile::FreeDataList(Qvp_Node* list) {
@@ -370,13 +394,25 @@ QVRESULT CQvpFile::Flush() {
         return QV_S_OK;
     if (!m_pszPath)
         return QV_E_FAIL;
-    return MustRecreate() ? RecreateFile() : UpdateFile();
+    struct stat status = {};
+    const bool bMissing =
+        stat(m_pszPath.get(), &status) != 0 && !CUtility::CheckFileExistence(m_pszPath.get());
+    if (IsUpToDate() && !bMissing)
+        return QV_S_OK;
+    m_bFlushed = true;
+
+    const bool bUnsaved = HasNode(IsUnsaved);
+    const bool bChanged = status.st_size != Known().size; // by another container or program
+    const bool bAppend = !HasNode(IsNew) || MayAppend(bChanged);
+    const bool bCutShort = bUnsaved && status.st_size < Known().end;
+    if ((bMissing || bCutShort || !bAppend || ShouldRewrite()) &&
+        CompactFile(bChanged) != Replacement::Impossible)
+        return QV_S_OK;
+    return bUnsaved || bMissing ? UpdateFile(bAppend) : QV_S_OK;
 }
 
-bool CQvpFile::MustRecreate() {
-    if (!CUtility::CheckFileExistence(m_pszPath.get()) || ShouldRewrite())
-        return true;
-    return (HasNode(IsNew) && EndsInTornRecord()) || (HasNode(IsUnsaved) && IsFileShorter());
+bool CQvpFile::IsUpToDate() const {
+    return m_bFlushed && !HasNode(IsUnsaved);
 }
 
 int CQvpFile::ShouldRewrite() {
@@ -393,99 +429,62 @@ int CQvpFile::ShouldRewrite() {
     return 0;
 }
 
-// A file that someone cut short cannot be updated at offsets it no longer has, but the image still
-// holds all of it.
-bool CQvpFile::IsFileShorter() const {
-    struct stat status = {};
-    return stat(m_pszPath.get(), &status) == 0 && status.st_size < m_nImageSize;
-}
-
-// Whatever is appended behind a record that was cut off while it was written would be taken for its
-// missing bytes.
-bool CQvpFile::EndsInTornRecord() const {
-    QvpRecordScan scan(m_nImageSize);
-    QvpRecord record = {};
-    while (scan.Next(m_pImage.get(), &record)) {
-    }
-    return !scan.ReachedEnd();
-}
-
-bool CQvpFile::HasNode(bool (*predicate)(const Qvp_Node*)) const {
-    bool bFound = false;
-    ForEachNode([&bFound, predicate](const Qvp_Node* node, QvpNodeType) {
-        bFound = bFound || predicate(node);
+// The size that the file has if nobody else has changed it, and the end of the last known record,
+// which lies beyond that size when others have appended before it.
+CQvpFile::Extent CQvpFile::Known() const {
+    Extent known = {m_nImageSize, m_nImageSize};
+    ForEachNode([&known](const Qvp_Node* node) {
+        const long size = QvpFormat::RecordHeaderSize + static_cast<long>(node->nLength);
+        if (node->nOffset == 0)
+            return;
+        known.size += node->bBorrowed ? 0 : size;
+        known.end = std::max(known.end, node->nOffset + size);
     });
-    return bFound;
+    return known;
+}
+
+// Not after a torn record, nor beside a record of the same list that another container has appended
+// since: a reader would take both for one list.
+bool CQvpFile::MayAppend(bool bChanged) {
+    if (!bChanged)
+        return !EndsTorn(m_pImage.get(), m_nImageSize);
+    Image image;
+    long size = 0;
+    NodePlaces places = Places();
+    const FilePtr file = OpenRegularFile(m_pszPath.get(), false);
+    if (!places.IsValid() || !file || ReadImage(file.get(), &image, &size) != QV_S_OK ||
+        EndsTorn(image.get(), size))
+        return false;
+    QvpRecordScan scan(size);
+    QvpRecord record = {};
+    while (scan.Next(image.get(), &record)) {
+        if (places.NodeAt(record.nOffset) || !IsLoaded(record))
+            continue;
+        for (Qvp_Node* node = *FindList(record.nType, record.nId); node; node = node->pNext) {
+            if (IsNew(node))
+                return false;
+        }
+    }
+    return true;
 }
 
 // --- flushing -----------------------------------------------------------------------------------
 
-// Unbuffered: every record reaches the system in its turn, and one that failed leaves nothing to be
-// written later.
-QVRESULT CQvpFile::UpdateFile() {
-    if (!m_pFileDataList && !m_pPathTableList)
-        return QV_S_OK;
-    const FilePtr file(OpenUnbuffered(m_pszPath.get(), "r+b"));
+QVRESULT CQvpFile::UpdateFile(bool bAppend) {
+    const FilePtr file = OpenRegularFile(m_pszPath.get(), true);
     if (!file)
         return QV_E_FAIL;
-    const bool bChanged = HasNode(IsUnsaved);
-    SaveQvpNodeToFile(file.get(), m_pPathTableList, 0, 1);
-    SaveChangesToFile(file.get(), m_pFileDataList, 0, 1);
-    if (bChanged)
-        fsync(fileno(file.get()));
+    if (bAppend) {
+        SaveQvpNodeToFile(file.get(), m_pPathTableList, 0, 1);
+        SaveChangesToFile(file.get(), m_pFileDataList, 0, 1);
+    } else {
+        ForEachNode([&file](Qvp_Node* node) {
+            if (node->nOffset != 0 && node->bModified)
+                node->bModified = !OverwriteQvpRecord(file.get(), *node);
+        });
+    }
+    fsync(fileno(file.get()));
     return QV_S_OK;
-}
-
-QVRESULT CQvpFile::RecreateFile() {
-    std::size_t count = 0;
-    ForEachNode([&count](Qvp_Node*, QvpNodeType) { ++count; });
-    NodePlaces places(count);
-    if (!places.IsValid())
-        return QV_E_OUTOFMEMORY;
-    ReplacementFile replacement;
-    if (!replacement.Open(m_pszPath.get()))
-        return QV_E_FAIL;
-
-    // Records appended since the file was read are not in the image and are written as new ones.
-    ForEachNode([&places](Qvp_Node* node, QvpNodeType) {
-        places.Note(node);
-        if (!node->bBorrowed)
-            node->nOffset = 0;
-    });
-    if (!WriteContent(replacement.File()) || !replacement.Close()) {
-        places.Restore();
-        return QV_S_OK;
-    }
-    Image image;
-    long size = 0;
-    const FilePtr written(std::fopen(replacement.Path(), "rb"));
-    if (!written || ReadImage(written.get(), &image, &size) != QV_S_OK ||
-        !replacement.PutInPlace()) {
-        places.Restore();
-        return QV_E_FAIL;
-    }
-    AdoptImage(std::move(image), size);
-    return QV_S_OK;
-}
-
-bool CQvpFile::WriteContent(std::FILE* file) {
-    return SaveValidContentToFile(file) && SaveChangesToFile(file, m_pFileDataList, 1, 1) &&
-           SaveQvpNodeToFile(file, m_pPathTableList, 1, 1);
-}
-
-int CQvpFile::SaveValidContentToFile(std::FILE* file) {
-    MarkFreedRecords(true);
-    int written = std::fwrite(m_pImage.get(), QvpFormat::HeaderSize, 1, file) == 1;
-    QvpRecordScan scan(m_nImageSize);
-    QvpRecord record = {};
-    while (written && scan.Next(m_pImage.get(), &record)) {
-        if (record.nType == QvpNodeFree || !record.bWhole)
-            continue;
-        const std::size_t size = QvpFormat::RecordHeaderSize + std::size_t{record.nLength};
-        written = std::fwrite(m_pImage.get() + record.nOffset, 1, size, file) == size;
-    }
-    MarkFreedRecords(false);
-    return written;
 }
 
 int CQvpFile::SaveChangesToFile(std::FILE* file, Qvp_File_Data_Node* groups, int rewrite,
@@ -517,71 +516,114 @@ int CQvpFile::SaveQvpNodeToFile(std::FILE* file, Qvp_Node* list, int rewrite, in
     return written;
 }
 
-// --- moving to a new image ----------------------------------------------------------------------
+// --- compaction ---------------------------------------------------------------------------------
 
-// Shows in the image's type bytes which loaded records have been freed since, or takes that back.
-void CQvpFile::MarkFreedRecords(bool freed) {
-    ForEachNode([this, freed](const Qvp_Node* node, QvpNodeType type) {
-        if (node->bBorrowed && node->nType == QvpNodeFree)
-            m_pImage[static_cast<std::size_t>(node->nOffset)] =
-                static_cast<unsigned char>(freed ? QvpNodeFree : type);
-    });
+// A file that others have changed since is read again, so that the lists that nobody asked for here
+// stay as they are by now.
+Replacement CQvpFile::CompactFile(bool bChanged) {
+    NodePlaces places = Places();
+    if (!places.IsValid())
+        return Replacement::Impossible;
+    Image other; // the image that is not compacted, of which nodes may still borrow
+    long otherSize = 0;
+    const FilePtr file = bChanged ? OpenRegularFile(m_pszPath.get(), false) : nullptr;
+    const bool bReread = file && ReadImage(file.get(), &other, &otherSize) == QV_S_OK &&
+                         !IsCutShort(other.get(), otherSize);
+    if (bReread)
+        SwapImage(&other, &otherSize);
+
+    Image content;
+    long size = 0;
+    Replacement result = Replacement::Impossible;
+    const auto room = static_cast<std::size_t>(m_nImageSize) + static_cast<std::size_t>(otherSize);
+    if (WriteContent(room, &content, &size))
+        result = ReplaceFile(m_pszPath.get(), content.get(), static_cast<std::size_t>(size));
+    if (result == Replacement::Done) {
+        AdoptImage(std::move(content), size);
+        return result;
+    }
+    places.Restore();
+    if (bReread)
+        SwapImage(&other, &otherSize);
+    return result;
 }
 
-// Leaves in the old image, over the id and length of each record that was copied, the offset it was
-// copied to. The order and the choice are those of SaveValidContentToFile.
-void CQvpFile::ForwardOffsets() {
-    MarkFreedRecords(true);
+void CQvpFile::SwapImage(Image* image, long* size) {
+    m_pImage.swap(*image);
+    std::swap(m_nImageSize, *size);
+}
+
+// Whether a file holds nothing but the first records of the image.
+bool CQvpFile::IsCutShort(const unsigned char* file, long size) const {
+    QvpRecordScan scan(size);
+    QvpRecordScan known(m_nImageSize);
+    QvpRecord record = {};
+    QvpRecord expected = {};
+    while (scan.Next(file, &record) && record.bWhole) {
+        if (!known.Next(m_pImage.get(), &expected) || expected.nId != record.nId ||
+            expected.nLength != record.nLength)
+            return false;
+    }
+    return size < m_nImageSize;
+}
+
+// Writes the compacted file to memory; `room` is what it may need besides the nodes' own data.
+bool CQvpFile::WriteContent(std::size_t room, Image* content, long* size) {
+    ForEachNode([&room](const Qvp_Node* node) {
+        if (!node->bBorrowed)
+            room += QvpFormat::RecordHeaderSize + std::size_t{node->nLength};
+    });
+    *content = NewArray<unsigned char>(room);
+    const FilePtr memory(*content ? fmemopen(content->get(), room, "w+b") : nullptr);
+    if (!memory || !SaveValidContentToFile(memory.get()) ||
+        !SaveChangesToFile(memory.get(), m_pFileDataList, 1, 1) ||
+        !SaveQvpNodeToFile(memory.get(), m_pPathTableList, 1, 1) ||
+        std::fseek(memory.get(), 0, SEEK_END) != 0)
+        return false;
+    *size = std::ftell(memory.get());
+    return *size > 0;
+}
+
+int CQvpFile::SaveValidContentToFile(std::FILE* file) {
+    NodePlaces places = Places();
+    if (!places.IsValid())
+        return 0;
+    ForEachNode([](Qvp_Node* node) { node->nOffset = 0; });
+    int written = std::fwrite(m_pImage.get(), QvpFormat::HeaderSize, 1, file) == 1;
     QvpRecordScan scan(m_nImageSize);
     QvpRecord record = {};
-    std::uint64_t offset = QvpFormat::FirstRecordOffset;
-    while (scan.Next(m_pImage.get(), &record)) {
-        if (record.nType == QvpNodeFree || !record.bWhole)
-            continue;
-        unsigned char* header = m_pImage.get() + record.nOffset;
-        StoreLE32(header + QvpFormat::RecordIdAt, static_cast<std::uint32_t>(offset));
-        StoreLE32(header + QvpFormat::RecordLengthAt, static_cast<std::uint32_t>(offset >> 32));
-        offset += QvpFormat::RecordHeaderSize + std::uint64_t{record.nLength};
+    while (written && scan.Next(m_pImage.get(), &record) && record.bWhole) {
+        Qvp_Node* node = places.NodeAt(record.nOffset);
+        if (node && node->nId == record.nId && node->nLength == record.nLength) {
+            written = node->nType == QvpNodeFree || AppendQvpRecord(file, *node, &node->nOffset);
+        } else if (record.nType != QvpNodeFree && !IsLoaded(record)) {
+            const std::size_t size = QvpFormat::RecordHeaderSize + std::size_t{record.nLength};
+            written = std::fwrite(m_pImage.get() + record.nOffset, 1, size, file) == size;
+        }
     }
+    return written;
 }
 
+// Lets the nodes point into the content that was written. A freed record is not in it, but a list
+// that grows again may use its node: it becomes a record that was never written, and without memory
+// for its data it stays free for good.
 void CQvpFile::AdoptImage(Image image, long size) {
-    ForwardOffsets();
-    ForEachNode([this, &image](Qvp_Node* node, QvpNodeType) {
+    ForEachNode([&image](Qvp_Node* node) {
         node->bModified = 0;
-        if (node->bBorrowed && node->nType == QvpNodeFree) {
-            KeepFreedNode(node);
-        } else if (node->bBorrowed) {
-            const unsigned char* header = m_pImage.get() + node->nOffset;
-            const std::uint64_t high = LoadLE32(header + QvpFormat::RecordLengthAt);
-            const std::uint64_t low = LoadLE32(header + QvpFormat::RecordIdAt);
-            Repoint(node, static_cast<long>(high << 32 | low), image.get());
-        } else if (node->nOffset != 0) {
+        if (node->nOffset == 0 && !node->bBorrowed)
+            return;
+        unsigned char* data = image.get() + node->nOffset + QvpFormat::RecordHeaderSize;
+        if (node->nOffset == 0) {
+            data = CopyArray(node->pData, node->nLength).release();
+            node->nLength = data ? node->nLength : 0;
+        } else if (!node->bBorrowed) {
             delete[] node->pData;
-            Repoint(node, node->nOffset, image.get());
         }
+        node->pData = data;
+        node->bBorrowed = node->nOffset != 0;
     });
     m_pImage = std::move(image);
     m_nImageSize = size;
-}
-
-void CQvpFile::Repoint(Qvp_Node* node, long offset, unsigned char* image) {
-    node->nOffset = offset;
-    node->pData = image + offset + QvpFormat::RecordHeaderSize;
-    node->bBorrowed = 1;
-}
-
-// A freed record is not in the new file, but a list that grows again may use its node: it becomes a
-// record that was never written. Without memory for its data it stays free for good.
-void CQvpFile::KeepFreedNode(Qvp_Node* node) {
-    auto* copy = new (std::nothrow) unsigned char[node->nLength];
-    if (copy)
-        std::memcpy(copy, node->pData, node->nLength);
-    else
-        node->nLength = 0;
-    node->pData = copy;
-    node->nOffset = 0;
-    node->bBorrowed = 0;
 }
 
 } // namespace QvFormat

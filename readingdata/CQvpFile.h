@@ -9,16 +9,21 @@
 
 namespace QvFormat {
 
+class NodePlaces;
 class QvpRecordScan;
+enum class Replacement;
 struct QvpRecord;
 
 // One reading-data file in memory: loads its records when a proxy first asks for them and writes
 // changed and new ones back. docs/reading-data-format.md describes the file and how it is changed.
 //
+// One thread at a time. The container owns what it has loaded; the proxies made on it keep pointers
+// into it and must be released first. There is no close: the destructor of a container opened by
+// path flushes what is not flushed yet.
+//
 // Opened by path, the container holds the whole file (the image), and the nodes of loaded records
-// point into it. Opened on a stream it reads records as they are needed and never writes. There is
-// no close; the destructor of a container opened by path flushes. One thread at a time, one
-// container on a file at a time.
+// point into it. Opened on a stream it reads records as they are needed and never writes. Several
+// containers on one file leave it whole; of a list that two of them change, one's version stays.
 class UMDFORMAT_API CQvpFile : public IBookInfoEntity {
 public:
     CQvpFile();
@@ -28,11 +33,12 @@ public:
 
     // Opens a reading-data file; with `create` nonzero a missing one is made first.
     // QV_E_INVALIDARG: null. QV_E_OUTOFMEMORY: the container stays closed.
-    // QV_E_FAIL: already open, missing, unreadable, not complete in memory, or no such file.
+    // QV_E_FAIL: already open, missing, unreadable, no regular file, or no reading-data file.
     QVRESULT Open(char const* path, int create);
 
     // Opens a reading-data file on a stream, which stays the caller's and must outlive the
-    // container. QV_E_INVALIDARG: null. QV_E_FAIL: already open, not readable, or no such file.
+    // container. QV_E_INVALIDARG: null. QV_E_FAIL: already open, not readable, or no reading-data
+    // file.
     QVRESULT Open(IQVSequentialStream* stream);
 
     QVRESULT GetInfoProxy(IBookInfoProxy** proxy, unsigned int fileId) override;
@@ -45,85 +51,90 @@ public:
     QVRESULT Save(char const* path) override;
     QVRESULT Save(IQVSequentialStream* stream) override;
 
-    // Writes changed and new records. A file that is missing, cut short or full of dead space is
-    // replaced as a whole; when that cannot be finished, the file and the changes stay as they are
-    // for the next flush. On a stream nothing is written.
+    // Writes changed and new records. A file that is missing, cut short, torn at its end or full of
+    // dead space is compacted instead; when that cannot be done, it is updated in place as far as
+    // that is safe, and the rest waits for the next flush. On a stream nothing is written.
     // QV_S_OK also when a write failed. QV_E_NOTREADY: not open. QV_E_FAIL: the file could not be
-    // opened or replaced. QV_E_OUTOFMEMORY: nothing is written.
+    // opened.
     QVRESULT Flush() override;
 
     // Stores the head of the list of a type and file id, loaded when first asked for; null when the
     // file has no such record. For QvpNodePathTable the file id does not matter.
     // QV_E_NOTREADY: not open. QV_E_INVALIDARG: null, or type 0 or above 7.
-    // QV_E_OUTOFMEMORY: the list could not be loaded; nothing may be appended to it.
-    // QV_E_FAIL: no memory for the file id.
+    // QV_E_OUTOFMEMORY, or QV_E_FAIL without memory for the file id: the list could not be loaded,
+    // and nothing may be appended to it.
     QVRESULT AttachNodeList(QvpNodeType type, unsigned int fileId, Qvp_Node** head);
 
     // Takes over the nodes of a chain, each to the end of its list, which must have been attached
     // before. Nodes of type 0 or above 7 are unlinked and stay the caller's.
     // QV_E_NOTREADY: not open. QV_E_INVALIDARG: null.
-    // QV_E_FAIL: no memory for a file id; that node and those behind it stay the caller's.
+    // QV_E_FAIL: no memory for a file id; that node and those after it stay the caller's.
     QVRESULT AppendNodeList(Qvp_Node* chain);
 
     // Releases the nodes of a chain that no container has taken over.
     static void FreeDataList(Qvp_Node* list);
 
 protected:
-    using Image = std::unique_ptr<unsigned char[]>;
-
-    // Opening.
-    QVRESULT ReadImage(std::FILE* file, Image* image, long* size);
+    // Opening and reading. Flags: 1 success, 0 failure.
     int HandleHeader(unsigned char* header);
-
-    // Reading records. Flags: 1 success, 0 failure.
-    bool NextRecord(QvpRecordScan* scan, QvpRecord* record);
     int GetData(long offset, int size, unsigned char* out);
     int AttachDataBuffer(Qvp_Node* node, long offset, unsigned int size);
     QVRESULT LoadNodeList(QvpNodeType type, unsigned int fileId, Qvp_Node** head);
+    // The lists of a file id, made when missing; null when memory runs out.
     Qvp_File_Data_Node* FindFileDataNode(unsigned int fileId);
 
-    // Where the head of a list is kept; null for no such type or no memory.
-    Qvp_Node** ListSlot(QvpNodeType type, unsigned int fileId);
-
-    // Calls visit(node, list's type) for every node.
-    template<typename Visit>
-    void ForEachNode(Visit visit) const;
-
-    // Deciding how to flush.
+    // Flushing. 1 when the image holds so much dead space that a flush compacts the file.
     int ShouldRewrite();
-    bool MustRecreate();
-    bool IsFileShorter() const;
-    bool EndsInTornRecord() const;
-    bool HasNode(bool (*predicate)(const Qvp_Node*)) const;
-
-    // Flushing.
-    QVRESULT UpdateFile();
-    QVRESULT RecreateFile();
-    bool WriteContent(std::FILE* file);
+    // Writes the header and the live records of the image, those with a node as the node has them.
+    // Every node is told the offset of its record, or 0 when it was not written.
     int SaveValidContentToFile(std::FILE* file);
     static int SaveChangesToFile(std::FILE* file, Qvp_File_Data_Node* groups, int rewrite,
                                  int clearModified);
     static int SaveQvpNodeToFile(std::FILE* file, Qvp_Node* list, int rewrite, int clearModified);
-
-    // Moving to a new image after the file was replaced.
-    void MarkFreedRecords(bool freed);
-    void ForwardOffsets();
-    void AdoptImage(Image image, long size);
-    void Repoint(Qvp_Node* node, long offset, unsigned char* image);
-    static void KeepFreedNode(Qvp_Node* node);
 
     static void FreeFileDataList(Qvp_File_Data_Node* groups);
 
     int m_bFromPath = 0;
     std::unique_ptr<char[]> m_pszPath; // set by a successful Open by path only
     IQVSequentialStream* m_pStream = nullptr;
-    Image m_pImage; // the file as it was read, with the proxies' changes to loaded records
+    std::unique_ptr<unsigned char[]> m_pImage; // the file as it was read, with the proxies' changes
     long m_nImageSize = 0;
     int m_bOpened = 0;
     Qvp_File_Data_Node* m_pFileDataList = nullptr; // newest first
     Qvp_Node* m_pPathTableList = nullptr;
     unsigned char m_nVersion = 0;
     unsigned char m_nRevision = 0;
+
+private:
+    using Image = std::unique_ptr<unsigned char[]>;
+    struct Extent {
+        long size;
+        long end;
+    };
+
+    UMDFORMAT_HIDDEN QVRESULT ReadImage(std::FILE* file, Image* image, long* size);
+    UMDFORMAT_HIDDEN bool NextRecord(QvpRecordScan* scan, QvpRecord* record);
+
+    // Where the head of a list is kept; null for no such type or a file id that is not in use.
+    UMDFORMAT_HIDDEN Qvp_Node** FindList(unsigned int type, unsigned int fileId);
+    // Whether the list of a record in the file is loaded.
+    UMDFORMAT_HIDDEN bool IsLoaded(const QvpRecord& record);
+    template<typename Visit>
+    void ForEachNode(Visit visit) const;
+    UMDFORMAT_HIDDEN bool HasNode(bool (*predicate)(const Qvp_Node*)) const;
+    UMDFORMAT_HIDDEN NodePlaces Places() const;
+
+    UMDFORMAT_HIDDEN bool IsUpToDate() const;
+    UMDFORMAT_HIDDEN Extent Known() const;
+    UMDFORMAT_HIDDEN bool MayAppend(bool bChanged);
+    UMDFORMAT_HIDDEN QVRESULT UpdateFile(bool bAppend);
+    UMDFORMAT_HIDDEN Replacement CompactFile(bool bChanged);
+    UMDFORMAT_HIDDEN bool IsCutShort(const unsigned char* file, long size) const;
+    UMDFORMAT_HIDDEN void SwapImage(Image* image, long* size);
+    UMDFORMAT_HIDDEN bool WriteContent(std::size_t room, Image* content, long* size);
+    UMDFORMAT_HIDDEN void AdoptImage(Image image, long size);
+
+    bool m_bFlushed = false; // once; what changed since, the nodes say
 };
 
 static_assert(sizeof(void*) != 4 || sizeof(CQvpFile) == 40);

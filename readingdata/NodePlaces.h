@@ -1,21 +1,36 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
-#include <memory>
 
-#include "readingdata/NewArray.h"
+#include "base/OwnedArray.h"
 #include "readingdata/Qvp_Node.h"
 
 namespace QvFormat {
 
-// What the nodes said about the file before it was replaced, for the case that it is not.
+// Where the records of nodes stand in a file, in that order, and what the nodes said before a
+// compaction, for the case that it cannot be done.
 class NodePlaces {
 public:
     explicit NodePlaces(std::size_t capacity) : m_pPlaces(NewArray<Place>(capacity)) {}
 
+    // False without memory: nothing else may be asked then.
     bool IsValid() const { return m_pPlaces != nullptr; }
 
     void Note(Qvp_Node* node) { m_pPlaces[m_nCount++] = {node, node->nOffset, node->bModified}; }
+
+    void Sort() {
+        std::sort(m_pPlaces.get(), m_pPlaces.get() + m_nCount,
+                  [](const Place& one, const Place& other) { return one.offset < other.offset; });
+    }
+
+    // The node of the record at `offset`, or null. Offsets must be asked for in rising order.
+    Qvp_Node* NodeAt(long offset) {
+        while (m_nNext < m_nCount && m_pPlaces[m_nNext].offset < offset)
+            ++m_nNext;
+        return m_nNext < m_nCount && m_pPlaces[m_nNext].offset == offset ? m_pPlaces[m_nNext].node
+                                                                         : nullptr;
+    }
 
     void Restore() {
         for (std::size_t i = 0; i < m_nCount; ++i) {
@@ -31,8 +46,9 @@ private:
         int modified;
     };
 
-    std::unique_ptr<Place[]> m_pPlaces;
+    OwnedArray<Place> m_pPlaces;
     std::size_t m_nCount = 0;
+    std::size_t m_nNext = 0;
 };
 
 } // namespace QvFormat

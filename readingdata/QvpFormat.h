@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "IBookInfoEntity.h"
+
 namespace QvFormat::QvpFormat {
 
 // --- file ---------------------------------------------------------------------------------------
@@ -26,8 +28,7 @@ constexpr int RecordLengthAt = 5;
 // little beside the least file system block that a rewrite costs.
 constexpr std::uint32_t MaxFreeData = 5120;
 
-// The id of path-table records, and of the renderer's book-information record.
-constexpr unsigned int CommonFileId = 0xFFFFFFFF;
+using QvFormat::CommonFileId;
 
 // --- book information: slots of a capacity (4 bytes) and that many bytes ------------------------
 

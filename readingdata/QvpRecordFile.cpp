@@ -1,30 +1,29 @@
 #include "readingdata/QvpRecordFile.h"
 
-#include <memory>
-#include <new>
+#include <algorithm>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "base/LittleEndian.h"
+#include "base/OwnedArray.h"
 #include "readingdata/QvpFormat.h"
 
 namespace QvFormat {
 
 namespace {
 
-bool WriteBytes(std::FILE* file, const unsigned char* bytes, std::size_t size) {
-    return std::fwrite(bytes, 1, size, file) == size;
-}
-
-// The header and the data are one write each: on an unbuffered file a kill falls between them, not
-// into the data.
-bool WriteRecord(std::FILE* file, const Qvp_Node& node) {
-    unsigned char header[QvpFormat::RecordHeaderSize];
+void StoreHeader(unsigned char* header, const Qvp_Node& node) {
     header[0] = static_cast<unsigned char>(node.nType);
     StoreLE32(header + QvpFormat::RecordIdAt, node.nId);
     StoreLE32(header + QvpFormat::RecordLengthAt, node.nLength);
-    return WriteBytes(file, header, sizeof header) && WriteBytes(file, node.pData, node.nLength) &&
-           std::fflush(file) == 0;
+}
+
+bool WriteAt(std::FILE* file, long offset, const unsigned char* header, const unsigned char* data,
+             std::size_t size) {
+    return std::fseek(file, offset, SEEK_SET) == 0 &&
+           std::fwrite(header, QvpFormat::RecordHeaderSize, 1, file) == 1 &&
+           std::fwrite(data, 1, size, file) == size && std::fflush(file) == 0;
 }
 
 // Whether a record still stands where it was found; another writer may have moved the records.
@@ -33,40 +32,51 @@ bool IsHeaderOf(const unsigned char* header, const Qvp_Node& node) {
            LoadLE32(header + QvpFormat::RecordLengthAt) == node.nLength;
 }
 
+// While it is set, what is written goes to the end, wherever that is by then.
+void SetAppending(std::FILE* file, bool bAppending) {
+    fcntl(fileno(file), F_SETFL, bAppending ? O_APPEND : 0);
+}
+
 } // namespace
 
 bool OverwriteQvpRecord(std::FILE* file, const Qvp_Node& node) {
-    const std::size_t size = QvpFormat::RecordHeaderSize + std::size_t{node.nLength};
-    // Without memory for the old bytes the record is still written, only not put back on failure.
-    std::unique_ptr<unsigned char[]> old(new (std::nothrow) unsigned char[size]);
-    if (std::fseek(file, node.nOffset, SEEK_SET) != 0)
+    unsigned char oldHeader[QvpFormat::RecordHeaderSize];
+    if (std::fseek(file, node.nOffset, SEEK_SET) != 0 ||
+        std::fread(oldHeader, sizeof oldHeader, 1, file) != 1 || !IsHeaderOf(oldHeader, node))
         return false;
-    const std::size_t oldSize = old ? std::fread(old.get(), 1, size, file) : 0;
-    if (oldSize >= QvpFormat::RecordHeaderSize && !IsHeaderOf(old.get(), node))
-        return false;
-    if (std::fseek(file, node.nOffset, SEEK_SET) != 0)
-        return false;
-    if (WriteRecord(file, node))
+    // Without memory for the old data the record is still written, only not put back on failure.
+    const OwnedArray<unsigned char> old = NewArray<unsigned char>(node.nLength);
+    const std::size_t oldSize = old ? std::fread(old.get(), 1, node.nLength, file) : 0;
+    unsigned char header[QvpFormat::RecordHeaderSize];
+    StoreHeader(header, node);
+    if (WriteAt(file, node.nOffset, header, node.pData, node.nLength))
         return true;
     std::clearerr(file);
-    if (std::fseek(file, node.nOffset, SEEK_SET) == 0 && WriteBytes(file, old.get(), oldSize))
-        std::fflush(file);
+    WriteAt(file, node.nOffset, oldHeader, old.get(), oldSize);
     return false;
 }
 
+// One write, so that nobody else's record can come between the header and the data.
 bool AppendQvpRecord(std::FILE* file, const Qvp_Node& node, long* offset) {
-    if (std::fseek(file, 0, SEEK_END) != 0)
+    const std::size_t size = QvpFormat::RecordHeaderSize + std::size_t{node.nLength};
+    const OwnedArray<unsigned char> record = NewArray<unsigned char>(size);
+    if (!record || std::fseek(file, 0, SEEK_END) != 0)
         return false;
     const long end = std::ftell(file);
-    if (end < 0)
+    StoreHeader(record.get(), node);
+    std::copy_n(node.pData, node.nLength, record.get() + QvpFormat::RecordHeaderSize);
+    SetAppending(file, true);
+    const bool bWritten =
+        end >= 0 && std::fwrite(record.get(), 1, size, file) == size && std::fflush(file) == 0;
+    SetAppending(file, false);
+    if (!bWritten) {
+        std::clearerr(file);
+        static_cast<void>(!ftruncate(fileno(file), end)); // the next flush finds what that leaves
         return false;
-    if (WriteRecord(file, node)) {
-        *offset = end;
-        return true;
     }
-    std::clearerr(file);
-    static_cast<void>(!ftruncate(fileno(file), end)); // nothing more can be done when that fails
-    return false;
+    const long position = lseek(fileno(file), 0, SEEK_CUR); // fails in memory, where nobody appends
+    *offset = position < 0 ? end : position - static_cast<long>(size);
+    return true;
 }
 
 } // namespace QvFormat

@@ -2,6 +2,7 @@
 // entries, records are reused in place, missing ones are created and surplus ones freed.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "base/LittleEndian.h"
@@ -11,11 +12,34 @@
 
 namespace QvFormat {
 
-// The first record from `node` on that is not freed and has room for a count.
-inline Qvp_Node* FirstInUse(Qvp_Node* node, QvpNodeType type) {
-    while (node && (node->nType != type || node->nLength < QvpFormat::CountSize))
-        node = node->pNext;
-    return node;
+// What an operation of a proxy refuses before it looks at the file.
+inline QVRESULT CheckProxy(const CQvpFile* file, bool bArguments) {
+    if (!file)
+        return QV_E_NOTREADY;
+    return bArguments ? QV_S_OK : QV_E_INVALIDARG;
+}
+
+// The same for an operation that hands something out; `*out` is null then.
+template<typename T>
+QVRESULT CheckProxy(const CQvpFile* file, T** out) {
+    if (file && out)
+        *out = nullptr;
+    return CheckProxy(file, out != nullptr);
+}
+
+template<typename Item, typename Test>
+bool AreStorable(const Item* items, std::uint32_t count, Test isStorable) {
+    return count == 0 || (items && std::all_of(items, items + count, isStorable));
+}
+
+// Asks for a list before it is written. False when it could not be read for lack of memory: new
+// records would hide those in the file.
+inline bool AttachForWriting(CQvpFile* file, QvpNodeType type, unsigned int fileId,
+                             Qvp_Node** head) {
+    if (*head)
+        return true;
+    const QVRESULT result = file->AttachNodeList(type, fileId, head);
+    return result != QV_E_OUTOFMEMORY && result != QV_E_FAIL;
 }
 
 // The record's count, lowered in the record when it holds fewer entries than it says.
@@ -39,10 +63,20 @@ inline void FreeRecords(Qvp_Node* node) {
     }
 }
 
-// Moves entries into one record. Entries has two operations: Done(), whether none remain, and
-// Fill(data, length), which puts as many as fit behind the count and returns their number.
-template<typename Entries>
-std::uint32_t FillRecord(Qvp_Node* node, QvpNodeType type, Entries* entries) {
+// What remains of a list that is being written. A class derived from it has an operation
+// Fill(data, length), which puts as many items as fit after a record's count and returns their
+// number.
+template<typename Item>
+struct Entries {
+    const Item* pNext;
+    std::uint32_t nLeft;
+
+    bool Done() const { return nLeft == 0; }
+};
+
+// Moves entries into one record.
+template<typename Remaining>
+std::uint32_t FillRecord(Qvp_Node* node, QvpNodeType type, Remaining* entries) {
     const std::uint32_t count = entries->Fill(node->pData, node->nLength);
     StoreLE32(node->pData, count);
     node->nType = type;
@@ -52,8 +86,8 @@ std::uint32_t FillRecord(Qvp_Node* node, QvpNodeType type, Entries* entries) {
 
 // Puts what remains into new records from `create`, which are handed to the container as one chain:
 // one by one, each would be looked up from the head of the list.
-template<typename Entries, typename Create>
-QVRESULT AppendRecords(CQvpFile* file, QvpNodeType type, Entries* entries, Create create) {
+template<typename Remaining, typename Create>
+QVRESULT AppendRecords(CQvpFile* file, QvpNodeType type, Remaining* entries, Create create) {
     Qvp_Node* chain = nullptr;
     Qvp_Node** tail = &chain;
     QVRESULT result = QV_S_OK;
@@ -71,11 +105,14 @@ QVRESULT AppendRecords(CQvpFile* file, QvpNodeType type, Entries* entries, Creat
 }
 
 // Replaces a list: its records take the entries in order; then surplus records are freed, or
-// missing ones made. QV_E_FAIL: a record could not be made; the entries before it are in place.
-template<typename Entries, typename Create>
-QVRESULT ReplaceRecords(CQvpFile* file, QvpNodeType type, Qvp_Node* head, Entries* entries,
-                        Create create) {
-    Qvp_Node* node = head;
+// missing ones made. QV_E_FAIL: the list could not be read, and nothing changes; or a record could
+// not be made, and the entries before it are in place.
+template<typename Remaining, typename Create>
+QVRESULT ReplaceRecords(CQvpFile* file, QvpNodeType type, unsigned int fileId, Qvp_Node** head,
+                        Remaining* entries, Create create) {
+    if (!AttachForWriting(file, type, fileId, head))
+        return QV_E_FAIL;
+    Qvp_Node* node = *head;
     for (; node && !entries->Done(); node = node->pNext) {
         if (node->nLength >= QvpFormat::CountSize)
             FillRecord(node, type, entries);
@@ -84,6 +121,27 @@ QVRESULT ReplaceRecords(CQvpFile* file, QvpNodeType type, Qvp_Node* head, Entrie
         return AppendRecords(file, type, entries, create);
     FreeRecords(node);
     return QV_S_OK;
+}
+
+// Calls visit(node) for the records in use that have room for a count, until one answers false;
+// whether none did.
+template<typename Visit>
+bool ForEachInUse(Qvp_Node* head, QvpNodeType type, Visit visit) {
+    for (Qvp_Node* node = head; node; node = node->pNext) {
+        if (node->nType == type && node->nLength >= QvpFormat::CountSize && !visit(node))
+            return false;
+    }
+    return true;
+}
+
+// The entries of `size` bytes that the records hold.
+inline std::uint32_t CountEntries(Qvp_Node* head, QvpNodeType type, std::uint32_t size) {
+    std::uint32_t total = 0;
+    ForEachInUse(head, type, [&](Qvp_Node* node) {
+        total += BoundedCount(node, RecordCapacity(node->nLength, size));
+        return true;
+    });
+    return total;
 }
 
 } // namespace QvFormat

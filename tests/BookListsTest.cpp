@@ -88,6 +88,7 @@ TEST_F(BookListsTest, Tags_OfUpTo49Bytes_FillSlotsAndLeaveTheRestOfThem) {
 
 TEST_F(BookListsTest, Paths_ArePackedInOrder) {
     Reopen();
+    EXPECT_EQ(std::pair(QV_E_FAIL, std::vector<Path>()), GetPaths());
     SetPaths({std::string(499, 'p')});
     EXPECT_EQ("2*512(1) ", Shape());
     SetPaths({std::string(300, 'p'), std::string(300, 'q')});

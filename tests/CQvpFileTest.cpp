@@ -172,6 +172,73 @@ TEST_F(CQvpFileTest, FileDeletedOrCutWhileOpen_Flush_BringsBackEveryRecord) {
     }
 }
 
+TEST_F(CQvpFileTest, FileCutBelowRecordsOfAnEarlierFlush_Flush_BringsBackEveryRecord) {
+    for (const std::uintmax_t size : {0, 5, 600, 5 + 2 * 813 - 1}) {
+        std::filesystem::remove(m_Path);
+        auto file = Open(1);
+        SetIndex(*file, 7, {7});
+        SetIndex(*file, 8, {8});
+        EXPECT_EQ(QV_S_OK, file->Flush());
+        std::filesystem::resize_file(m_Path, size);
+        SetBy<CBookInfoProxyImpl>(*file, 7, Note(1, 2, 0, ""));
+        EXPECT_EQ(QV_S_OK, file->Flush());
+        EXPECT_EQ(FileOf(Records()), Read());
+        file = Open();
+        EXPECT_EQ(std::vector<int>{7}, IndexOf(*file, 7));
+        EXPECT_EQ(std::vector<int>{8}, IndexOf(*file, 8));
+        EXPECT_EQ(std::pair(QV_S_OK, Note(1, 2, 0, "")), GetBy<CBookInfoProxyImpl>(*file, 7));
+    }
+}
+
+// Two of a kind are opened before either writes; `dead` bytes of free data make the second compact.
+TEST_F(CQvpFileTest, FileGrownByAnother_Flush_KeepsItsRecordsAndAddsNoTwin) {
+    for (const std::size_t dead : {10u, 6000u}) {
+        Write(FileOf({Dead(dead), Index(1, {1})}));
+        auto one = Open(), other = Open();
+        SetBy<CBookInfoProxyImpl>(*one, 1, Note(1, 1, 0, ""));
+        SetIndex(*one, 1, {11});
+        SetIndex(*one, 2, std::vector<int>(300, 2));
+        SetIndex(*one, 3, {3});
+        one.reset();
+        SetIndex(*other, 4, {4});
+        EXPECT_EQ(QV_S_OK, other->Flush());
+        EXPECT_EQ(std::vector<int>{3}, IndexOf(*Open(), 3));
+        SetBy<CBookInfoProxyImpl>(*other, 1, Note(2, 2, 0, ""));
+        SetIndex(*other, 2, {22});
+        SetIndex(*other, 4, {44});
+        other.reset();
+        const auto records = Records();
+        EXPECT_EQ(1, std::count_if(records.begin(), records.end(),
+                                   [](const Record& record) { return record.type == 1; }));
+        const auto file = Open();
+        EXPECT_EQ(std::pair(QV_S_OK, Note(2, 2, 0, "")), GetBy<CBookInfoProxyImpl>(*file, 1));
+        for (const auto& [id, entry] : {std::pair{1, 11}, {2, 22}, {3, 3}, {4, 44}})
+            EXPECT_EQ(std::vector<int>{entry}, IndexOf(*file, static_cast<unsigned int>(id)))
+                << dead;
+    }
+}
+
+TEST_F(CQvpFileTest, FifoOrDevice_NeitherOpenedNorReplaced) {
+    ASSERT_EQ(0, mkfifo(m_Path.c_str(), 0666));
+    alarm(20); // where opening it waits for a writer
+    EXPECT_EQ(QV_E_FAIL, CQvpFile().Open(m_Path.c_str(), 1));
+    std::filesystem::remove(m_Path);
+    std::filesystem::create_symlink("/dev/zero", m_Path);
+    EXPECT_EQ(QV_E_FAIL, CQvpFile().Open(m_Path.c_str(), 1));
+    std::filesystem::remove(m_Path);
+    for (const std::size_t dead : {0u, 6000u}) {
+        Write(FileOf({Dead(dead), Index(1, {1})}));
+        auto file = Open();
+        SetIndex(*file, 1, {2});
+        std::filesystem::remove(m_Path);
+        ASSERT_EQ(0, mkfifo(m_Path.c_str(), 0666));
+        EXPECT_EQ(QV_E_FAIL, file->Flush());
+        file.reset();
+        EXPECT_TRUE(std::filesystem::is_fifo(m_Path));
+    }
+    alarm(0);
+}
+
 TEST_F(CQvpFileTest, TornEnd_FirstAppend_CompactsInstead) {
     for (const std::string& torn : {Tail, Tail.substr(0, 3), std::string("\0\1\0\0\0\x7F\0\0\0", 9),
                                     std::string("\3\1\0\0\0\xF7\xFF\xFF\xFF", 9)}) {

@@ -1,11 +1,16 @@
 // Damaged files, writes cut off at every byte, calls and allocations that fail.
 #include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <functional>
 #include <new>
 #include <random>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 
 #include "ReadingDataFixture.h"
 #include "readingdata/CBookInfoProxyImpl.h"
@@ -18,7 +23,10 @@ namespace {
 
 int g_nAllocationsLeft = -1; // of the library's, the last of them fails; -1: no limit
 bool g_bFailsOnce = false;   // the next ones succeed again
-bool g_bSyncFails = false;
+int g_nSyncError = -1;       // what syncing answers in errno; -1: it succeeds
+int g_nSyncs = 0;
+bool g_bDiesSyncing = false;
+bool g_bCutFails = false; // no file can be cut off
 
 bool AllocationFails() {
     if (g_nAllocationsLeft > 0)
@@ -34,7 +42,15 @@ bool AllocationFails() {
 // The test program's own, in place of the system's: nothing here outlives the machine, and syncing
 // thousands of files would take minutes.
 extern "C" int fsync(int) {
-    return g_bSyncFails ? -1 : 0;
+    ++g_nSyncs;
+    if (g_bDiesSyncing)
+        _exit(0);
+    errno = std::max(g_nSyncError, 0);
+    return g_nSyncError < 0 ? 0 : -1;
+}
+
+extern "C" int ftruncate(int file, off_t length) noexcept {
+    return g_bCutFails ? -1 : ftruncate64(file, length);
 }
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
@@ -273,9 +289,9 @@ TEST_F(ReadingDataDamageTest, FullRewriteThatCannotBeMadeDurable_LeavesFileAndIs
         SetBookmark(*file);
         const std::string place = away ? m_Path + ".away" : m_Path;
         std::filesystem::rename(m_Path, place);
-        g_bSyncFails = true;
+        g_nSyncError = EIO;
         EXPECT_EQ(QV_S_OK, file->Flush());
-        g_bSyncFails = false;
+        g_nSyncError = -1;
         EXPECT_EQ(1, FilesInFolder());
         std::filesystem::rename(place, m_Path);
         EXPECT_EQ(before, Read());
@@ -314,6 +330,174 @@ TEST_F(ReadingDataDamageTest, EveryAllocationFailing_LosesAndDoublesNoRecord) {
                     (index.size() >= 3 && index == std::vector<int>(index.size(), 7)))
             << run << ": " << index.size();
     }
+}
+
+TEST_F(ReadingDataDamageTest, AppendThatCannotBeCutOff_NextFlush_LeavesNoTornEnd) {
+    Write(FileOf(AllTypes));
+    auto file = Open();
+    SetIndex(*file, 8, {8});
+    LimitFileSize(FileOf(AllTypes).size() + 100);
+    g_bCutFails = true;
+    EXPECT_EQ(QV_S_OK, file->Flush());
+    g_bCutFails = false;
+    LimitFileSize(RLIM_INFINITY);
+    EXPECT_EQ(FileOf(AllTypes).size() + 100, Read().size());
+    SetIndex(*file, 9, {9});
+    EXPECT_EQ(QV_S_OK, file->Flush());
+    EXPECT_EQ(FileOf(Records()), Read());
+    file = Open();
+    EXPECT_EQ(std::vector<int>{8}, IndexOf(*file, 8));
+    EXPECT_EQ(std::vector<int>{9}, IndexOf(*file, 9));
+}
+
+// The group of a file id is the first thing that attaching allocates, the list's first node the
+// next.
+TEST_F(ReadingDataDamageTest, ListThatCannotBeAttached_TakesNoNewRecords) {
+    CBookAnnotationImpl note(QvAnnotationRange);
+    for (const int allocation : {1, 2}) {
+        Write(FileOf(AllTypes));
+        for (const auto& set : std::initializer_list<std::function<QVRESULT(CQvpFile&)>>{
+                 [](CQvpFile& file) { return SetIndex(file, 1, {7}); },
+                 [](CQvpFile& file) {
+                     return SetBy<CBookTagProxyImpl>(file, 1, std::vector<std::string>{"new"});
+                 },
+                 [&note](CQvpFile& file) {
+                     CBookAnnotationListProxy proxy(&file, 1);
+                     return proxy.SetAnnotationList(QvAnnotationRange, &note, 1);
+                 },
+                 [](CQvpFile& file) {
+                     return CBookInfoProxyImpl(&file, 1).SetReadingProgress(5);
+                 }}) {
+            auto file = Open();
+            g_bFailsOnce = true;
+            g_nAllocationsLeft = allocation;
+            EXPECT_EQ(QV_E_FAIL, set(*file));
+            EXPECT_EQ(-1, g_nAllocationsLeft);
+            file.reset();
+            EXPECT_EQ(FileOf(AllTypes), Read());
+        }
+    }
+}
+
+TEST_F(ReadingDataDamageTest, CompactionThatCannotBeDone_UpdatesAndAppendsInPlace) {
+    const std::vector<Record> records = WithNewBookmark(WithDeadSpace());
+    const std::string torn = "torn";
+    for (const bool full : {false, true}) {
+        for (const std::string& end : {std::string(), torn}) {
+            Write(FileOf(WithDeadSpace()) + end);
+            auto file = Open();
+            SetBookmark(*file);
+            SetIndex(*file, 8, {8});
+            std::filesystem::permissions(m_Path, std::filesystem::perms{0666});
+            std::filesystem::permissions(m_Folder, std::filesystem::perms{full ? 0777u : 0555u});
+            const bool root = !full && seteuid(65534) == 0; // whom no permission holds back
+            g_nSyncError = full ? ENOSPC : -1;
+            for (int flush = 0; flush < 2; ++flush) {
+                EXPECT_EQ(QV_S_OK, file->Flush());
+                EXPECT_EQ(FileOf(records) + end,
+                          Read().substr(0, FileOf(records).size() + end.size()));
+                EXPECT_EQ(FileOf(records).size() + (end.empty() ? 813 : end.size()), Read().size());
+            }
+            g_nSyncError = -1;
+            EXPECT_TRUE(!root || seteuid(0) == 0);
+            std::filesystem::permissions(m_Folder, std::filesystem::perms{0755});
+            EXPECT_EQ(1, FilesInFolder());
+            SetIndex(*file, 9, {9});
+            file.reset(); // a better day
+            EXPECT_EQ(AllTypes.size() + 1, Records().size());
+            EXPECT_EQ(FileOf(Records()), Read());
+            EXPECT_EQ(std::vector<int>{8}, IndexOf(*Open(), 8));
+        }
+    }
+}
+
+TEST_F(ReadingDataDamageTest, Flush_OfChanges_SyncsThemAndOfNoneNothing) {
+    Write(FileOf(AllTypes));
+    auto file = Open();
+    ReadAll(*file);
+    for (const bool changed : {false, true, false}) {
+        if (changed)
+            SetBookmark(*file);
+        g_nSyncs = 0;
+        EXPECT_EQ(QV_S_OK, file->Flush());
+        EXPECT_EQ(changed ? 1 : 0, g_nSyncs);
+    }
+    file.reset();
+    EXPECT_EQ(0, g_nSyncs);
+}
+
+// What a process leaves that dies while it compacts goes at the next compaction, unless it is in
+// use or someone else's by now.
+TEST_F(ReadingDataDamageTest, ProcessKilledWhileCompacting_LeavesNothingThatBlocksOrPilesUp) {
+    Write(FileOf(WithDeadSpace()));
+    const pid_t child = fork();
+    if (child == 0) {
+        g_bDiesSyncing = true;
+        Open()->Flush();
+        _exit(1);
+    }
+    int status = -1;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    ASSERT_EQ(0, status);
+    EXPECT_EQ(FileOf(WithDeadSpace()), Read());
+    ASSERT_EQ(2, FilesInFolder());
+    std::filesystem::path left;
+    for (const auto& entry : std::filesystem::directory_iterator(m_Folder))
+        left = entry.path() == m_Path ? left : entry.path();
+    const auto compact = [this] {
+        Write(FileOf(WithDeadSpace()));
+        EXPECT_EQ(QV_S_OK, Open()->Flush());
+        EXPECT_EQ(AllTypes.size() - 1, Records().size());
+    };
+
+    const int other = open(left.c_str(), O_RDWR);
+    EXPECT_EQ(0, flock(other, LOCK_EX));
+    compact();
+    EXPECT_TRUE(std::filesystem::exists(left)) << "another process is writing it";
+    close(other);
+    compact();
+    EXPECT_EQ(1, FilesInFolder());
+    std::ofstream(left) << "my own notes";
+    compact();
+    EXPECT_TRUE(std::filesystem::remove(left));
+    std::filesystem::create_directory(left);
+    compact();
+    EXPECT_TRUE(std::filesystem::is_directory(left));
+    std::filesystem::remove(left);
+    std::filesystem::create_symlink(m_Path, left);
+    compact();
+    EXPECT_TRUE(std::filesystem::is_symlink(left));
+}
+
+// Each keeps lists of two file ids, in a loop; whoever writes last wins, and no file is broken.
+TEST_F(ReadingDataDamageTest, TwoProcessesRewritingOneFile_LeaveAFileThatOpensWhole) {
+    Open(1);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+    const pid_t child = fork();
+    std::mt19937 random(child == 0 ? 1 : 2);
+    while (std::chrono::steady_clock::now() < end) {
+        CQvpFile file;
+        if (file.Open(m_Path.c_str(), 1) != QV_S_OK)
+            continue; // cut off while it was read
+        for (int flush = 0; flush < 3; ++flush) {
+            SetIndex(file, 1 + random() % 2, std::vector<int>(random() % 700, child == 0));
+            SetBy<CBookTagProxyImpl>(file, 1 + random() % 2,
+                                     std::vector<std::string>(random() % 30, "tag"));
+            SetBookmark(file);
+            file.Flush();
+        }
+    }
+    if (child == 0)
+        _exit(0);
+    int status = -1;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_EQ(0, status);
+    EXPECT_EQ(FileOf(Records()), Read());
+    EXPECT_EQ(1, FilesInFolder());
+    const auto file = Open();
+    ReadAll(*file);
+    EXPECT_EQ(std::pair(QV_S_OK, Note(NewBlock, NewOffset, 0, "")),
+              GetBy<CBookInfoProxyImpl>(*file, 1));
 }
 
 } // namespace
