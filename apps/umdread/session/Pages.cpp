@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/CFileStream.h"
+#include "base/Handles.h"
 #include "common/Book.h"
 #include "common/Failure.h"
 #include "common/TextDecoder.h"
@@ -196,8 +197,7 @@ double Pages::FractionOf(const Place& place) {
 // Up to a segment of UTF-16LE text from a block on.
 std::string Pages::Bytes(int block) {
     int length = 0;
-    const std::unique_ptr<unsigned char, umdhost::FreeMemory> content(
-        m_renderer.GetBlockContent(block, &length));
+    const MallocPtr<unsigned char> content(m_renderer.GetBlockContent(block, &length));
     if (content == nullptr)
         return {};
     return {reinterpret_cast<const char*>(content.get()), static_cast<std::size_t>(length)};
