@@ -1,0 +1,369 @@
+#include "ReaderWindow.h"
+
+#include <cmath>
+#include <exception>
+
+#include <glibmm/i18n.h>
+#include <glibmm/main.h>
+#include <gtkmm/eventcontrollerkey.h>
+
+#include "common/Failure.h"
+#include "window/Application.h"
+#include "window/Messages.h"
+#include "window/Trace.h"
+
+namespace umdread {
+
+namespace {
+
+constexpr int panelWidth = 320;
+constexpr int narrowest = 840;      // of a window that has the panel beside the page, not over it
+constexpr unsigned int said = 2000; // milliseconds that a short message stands
+
+} // namespace
+
+ReaderWindow::ReaderWindow(Application& application) : m_application(application) {
+    const Settings& settings = application.Chosen();
+    set_default_size(settings.width, settings.height);
+    if (settings.maximized)
+        maximize();
+    add_css_class("umdread");
+    BuildHeader();
+    BuildBody();
+    AddCommands();
+    ListenToPanel();
+    ListenToKeys();
+    ListenToFiles();
+    ListenToWindow();
+    m_page.SetTheme(settings.theme);
+}
+
+ReaderWindow::~ReaderWindow() {
+    m_prepare.disconnect();
+    m_hush.disconnect();
+}
+
+// --- books --------------------------------------------------------------------------------------
+
+void ReaderWindow::OpenBook(const std::string& path) {
+    std::unique_ptr<Session> session;
+    try {
+        session = std::make_unique<Session>(path, m_application.Chosen());
+    } catch (const std::exception& error) {
+        if (m_pSession == nullptr)
+            ShowShelf();
+        return Notice(WhyNotOpened(path, error));
+    }
+    CloseBook();
+    m_pSession = std::move(session);
+    m_notice.set_revealed(false);
+    m_page.SetSession(m_pSession.get());
+    m_panel.SetSession(m_pSession.get());
+    m_place.SetSession(m_pSession.get());
+    m_views.set_visible_child("book");
+    SetBookControls(true);
+    m_panelButton.set_active(m_application.Chosen().panel);
+    PutOnShelf();
+    UpdatePlace();
+    m_page.grab_focus();
+    m_pSession->CheckSaving();
+    SayWhetherSaved();
+}
+
+void ReaderWindow::CloseBook() {
+    if (m_pSession == nullptr)
+        return;
+    SavePlace();
+    m_prepare.disconnect();
+    m_pNote.reset();
+    m_page.SetSession(nullptr);
+    m_panel.SetSession(nullptr);
+    m_place.SetSession(nullptr);
+    m_pSession.reset();
+}
+
+void ReaderWindow::ShowShelf() {
+    CloseBook();
+    m_shelf.Show(m_application.Books().Books());
+    m_views.set_visible_child("shelf");
+    m_notice.set_revealed(false);
+    SetBookControls(false);
+    m_title.set_text(_("Bookshelf"));
+    m_subtitle.set_visible(false);
+    set_title(_("Bookshelf"));
+}
+
+void ReaderWindow::PutOnShelf() {
+    m_application.Books().Put(
+        {m_pSession->Path(), m_pSession->Title(), m_pSession->Author(), m_pSession->Fraction()});
+}
+
+void ReaderWindow::SavePlace() {
+    if (m_pSession == nullptr)
+        return;
+    m_pSession->SavePlace();
+    SayWhetherSaved();
+    PutOnShelf();
+}
+
+bool ReaderWindow::OnClose() {
+    CloseBook();
+    Settings settings = m_application.Chosen();
+    settings.maximized = is_maximized();
+    if (!settings.maximized && !is_fullscreen())
+        get_default_size(settings.width, settings.height);
+    m_application.Choose(settings);
+    return false;
+}
+
+// --- turning and jumping ------------------------------------------------------------------------
+
+void ReaderWindow::Turn(bool forward) {
+    const umdread::Turn turn = forward ? m_pSession->NextPage() : m_pSession->PreviousPage();
+    if (turn == umdread::Turn::Done)
+        return UpdatePage();
+    const Gap& gap = m_pSession->LastGap();
+    if (turn == umdread::Turn::AtGap && gap.next)
+        return SayGap(_("Some %1 characters here are damaged and cannot be shown."), gap.bytes,
+                      true);
+    if (turn == umdread::Turn::AtGap)
+        return Notice(_("What follows here is damaged and cannot be shown."));
+    SayShortly(forward ? _("This is the end of the book.")
+                       : _("This is the beginning of the book."));
+}
+
+void ReaderWindow::SayGap(const char* text, int bytes, bool offersToGoOn) {
+    const Glib::ustring characters = std::to_string(bytes / 2);
+    Notice(Glib::ustring::compose(text, characters), offersToGoOn);
+}
+
+void ReaderWindow::Jumped(bool shown) {
+    if (!shown)
+        return SayShortly(_("The text there cannot be shown."));
+    UpdatePage();
+    if (m_pSession->PassedOver() > 0)
+        SayGap(_("Some %1 characters before this page are damaged and cannot be shown."),
+               m_pSession->PassedOver(), false);
+    if (get_width() < narrowest && !m_panel.IsSearching())
+        m_panelButton.set_active(false);
+}
+
+void ReaderWindow::GoToBegin() {
+    Jumped(m_pSession->GoToBegin());
+}
+
+void ReaderWindow::GoToEnd() {
+    Jumped(m_pSession->GoToEnd());
+}
+
+void ReaderWindow::GoBack() {
+    if (m_pSession->CanGoBack())
+        Jumped(m_pSession->GoBack());
+}
+
+void ReaderWindow::GoForward() {
+    if (m_pSession->CanGoForward())
+        Jumped(m_pSession->GoForward());
+}
+
+void ReaderWindow::AskWhere() {
+    m_place.AskWhere();
+}
+
+void ReaderWindow::FollowHit(const std::function<bool()>& follow) {
+    if (follow())
+        UpdatePage();
+    m_panel.UpdateHit();
+}
+
+// --- marks --------------------------------------------------------------------------------------
+
+void ReaderWindow::ToggleBookmark() {
+    m_pSession->ToggleBookmark();
+    MarksChanged();
+}
+
+void ReaderWindow::WriteNote() {
+    const Mark* note = m_pSession->NoteHere();
+    const Place place = note != nullptr ? note->place : m_pSession->Here();
+    const Glib::ustring text = note != nullptr ? Glib::ustring(note->note).make_valid() : "";
+    m_pNote = std::make_unique<NoteDialog>(*this, text);
+    m_pNote->SignalWritten().connect([this, place](const std::string& written) {
+        m_pSession->SetNote(place, written);
+        MarksChanged();
+    });
+    m_pNote->present();
+}
+
+void ReaderWindow::MarksChanged() {
+    m_panel.UpdateMarks();
+    m_page.RefreshMarks();
+    SayWhetherSaved();
+}
+
+// --- settings -----------------------------------------------------------------------------------
+
+void ReaderWindow::SetSize(int step) {
+    Settings settings = m_application.Chosen();
+    settings.size = step == 0 ? Settings::defaultSize : settings.size + step * 2;
+    m_application.Choose(settings);
+}
+
+void ReaderWindow::ApplySettings() {
+    m_page.SetTheme(m_application.Chosen().theme);
+    if (m_pSession == nullptr)
+        return;
+    m_pSession->SetSettings(m_application.Chosen());
+    UpdatePage();
+}
+
+// --- what is shown ------------------------------------------------------------------------------
+
+void ReaderWindow::UpdatePage() {
+    m_page.Refresh();
+    UpdatePlace();
+    if (m_goOn.get_visible())
+        m_notice.set_revealed(false);
+}
+
+void ReaderWindow::UpdatePlace() {
+    const auto chapter = m_pSession->CurrentChapter();
+    const Glib::ustring title = Glib::ustring(m_pSession->Title()).make_valid();
+    const Glib::ustring part =
+        chapter ? Glib::ustring(m_pSession->Chapters()[*chapter].title).make_valid() : "";
+    if (m_title.get_text() != title) {
+        m_title.set_text(title);
+        set_title(title);
+    }
+    if (m_subtitle.get_text() != part)
+        m_subtitle.set_text(part);
+    m_subtitle.set_visible(!part.empty());
+    m_backButton.set_sensitive(m_pSession->CanGoBack());
+    m_place.Update();
+    m_panel.UpdatePlace();
+    SayWhetherSaved();
+    PrepareLater();
+}
+
+void ReaderWindow::SayWhetherSaved() {
+    if (m_pSession->TakeSavingFailed())
+        Notice(_("Your place, bookmarks and notes cannot be kept: the file beside the book cannot "
+                 "be written."));
+}
+
+// When nothing else is to be done, the next turn is made ready.
+void ReaderWindow::PrepareLater() {
+    m_prepare.disconnect();
+    m_prepare = Glib::signal_idle().connect(
+        [this] {
+            m_pSession->Prepare();
+            Trace("frame prepared=1");
+            return false;
+        },
+        Glib::PRIORITY_LOW);
+}
+
+void ReaderWindow::SetBookControls(bool reading) {
+    for (Gtk::Widget* widget :
+         {static_cast<Gtk::Widget*>(&m_panelButton), static_cast<Gtk::Widget*>(&m_backButton),
+          static_cast<Gtk::Widget*>(&m_searchButton), static_cast<Gtk::Widget*>(&m_typeButton)})
+        widget->set_visible(reading);
+    for (const char* name : {"search", "goto", "back", "forward", "bookmark", "note", "panel",
+                             "next-hit", "previous-hit", "shelf", "type"})
+        std::dynamic_pointer_cast<Gio::SimpleAction>(lookup_action(name))->set_enabled(reading);
+}
+
+// Beside the page where there is room for both, else over it.
+void ReaderWindow::FitPanel() {
+    const bool shown = m_panelButton.get_active();
+    m_panelSlide.set_reveal_child(shown);
+    m_panelSlide.set_visible(shown);
+    const bool beside = get_width() >= narrowest;
+    m_column.set_margin_start(shown && beside ? panelWidth : 0);
+    if (beside)
+        m_panel.remove_css_class("over");
+    else
+        m_panel.add_css_class("over");
+}
+
+void ReaderWindow::TogglePanel() {
+    m_panelButton.set_active(!m_panelButton.get_active());
+    if (!m_panelButton.get_active())
+        m_page.grab_focus();
+}
+
+void ReaderWindow::OpenSearch() {
+    m_panelButton.set_active(true);
+    m_panel.ShowSearch();
+}
+
+void ReaderWindow::ShowType() {
+    m_typeButton.popup();
+}
+
+void ReaderWindow::ToggleFullscreen() {
+    if (is_fullscreen())
+        unfullscreen();
+    else
+        fullscreen();
+}
+
+void ReaderWindow::SayShortly(const Glib::ustring& text) {
+    m_said.set_text(text);
+    m_saying.set_reveal_child(true);
+    m_hush.disconnect();
+    m_hush = Glib::signal_timeout().connect(
+        [this] {
+            m_saying.set_reveal_child(false);
+            return false;
+        },
+        said);
+}
+
+void ReaderWindow::Notice(const Glib::ustring& text, bool offersToGoOn) {
+    m_noticeText.set_text(text);
+    m_goOn.set_visible(offersToGoOn);
+    m_notice.set_revealed(true);
+}
+
+// --- for tests ----------------------------------------------------------------------------------
+
+void ReaderWindow::TraceFrame() {
+    gdk_display_sync(get_display()->gobj());
+    const bool drawn = m_page.TakeDrawn();
+    std::string line = "frame window=" + std::to_string(get_id());
+    if (drawn && m_nKeyTime != 0) {
+        line += " us=" + std::to_string(g_get_monotonic_time() - m_nKeyTime * gint64{1000}) +
+                " cpu=" + std::to_string(ProcessTime() - m_nKeyCpu);
+        m_nKeyTime = 0;
+    }
+    if (m_pSession != nullptr) {
+        const Box& box = m_pSession->TextBox();
+        double x = 0;
+        double y = 0;
+        double left = 0;
+        double top = 0;
+        m_page.translate_coordinates(*this, 0, 0, x, y);
+        gtk_native_get_surface_transform(GTK_NATIVE(gobj()), &left, &top); // past the shadow
+        x += left;
+        y += top;
+        line += " drawn=" + std::to_string(drawn) +
+                " place=" + std::to_string(m_pSession->Here().block) + ":" +
+                std::to_string(m_pSession->Here().offset) +
+                " at=" + std::to_string(static_cast<int>(x)) + "," +
+                std::to_string(static_cast<int>(y)) + " text=" + std::to_string(box.x) + "," +
+                std::to_string(box.y) + "," + std::to_string(box.width) + "," +
+                std::to_string(box.height) + " hits=" + std::to_string(m_pSession->Hits().size()) +
+                " searching=" + std::to_string(m_panel.IsSearching()) +
+                " bookmarks=" + std::to_string(m_pSession->Bookmarks().size()) +
+                " notes=" + std::to_string(m_pSession->Notes().size()) +
+                " font=" + m_pSession->Font();
+    }
+    if (m_notice.get_revealed())
+        line += " notice=" + m_noticeText.get_text();
+    if (m_saying.get_reveal_child())
+        line += " said=" + m_said.get_text();
+    Trace(line);
+}
+
+} // namespace umdread
