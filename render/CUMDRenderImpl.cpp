@@ -287,8 +287,8 @@ bool CUMDRenderImpl::TakeOver(const SegmentText& segment) {
     QVLayoutLineInfo* table = nullptr;
     unsigned int lines = 0;
     const int answered = m_pLayout->GetLineTable(&table, &lines);
-    m_pLineTable.reset(table);
-    if (!answered || lines < 1 || lines > INT_MAX)
+    m_pLineTable.reset(answered ? table : nullptr);
+    if (lines < 1 || lines > INT_MAX)
         m_pLineTable.reset();
     m_nLineCount = m_pLineTable ? static_cast<int>(lines) : -1;
     m_nCurLine = m_pLineTable ? 0 : -1;
