@@ -91,7 +91,7 @@ void OpenAt(Reader& reader, const RenderOptions& options, Drawn& drawn) {
                                         : reader.GoTo(*place);
     const auto last = static_cast<float>(reader.BlockCount() - 1);
     const int block =
-        static_cast<int>(place ? static_cast<float>(place->block) : options.position * last);
+        place ? static_cast<int>(place->block) : static_cast<int>(options.position * last);
     if (shown || PassOver(reader, block, 0, drawn))
         return;
     ReportDamage(options.book);
@@ -135,8 +135,10 @@ std::string Summary(const Drawn& drawn, const RenderOptions& options) {
         line += '/';
     if (drawn.count > 0)
         line += FileNames(drawn, options.format);
+    const bool cutOff = !drawn.gaps.empty() && drawn.gaps.back().afterScreen == drawn.lastShown;
     if (drawn.toTheEnd)
-        line += ", the book ends at screen " + std::to_string(drawn.lastShown);
+        line += (cutOff ? ", nothing can be shown after screen " : ", the book ends at screen ") +
+                std::to_string(drawn.lastShown);
     return line + "\n";
 }
 
