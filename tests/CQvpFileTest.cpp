@@ -117,7 +117,7 @@ TEST_F(CQvpFileTest, NewAndChangedLists_Flushed_HaveTheBytesOfTheFormat) {
 
 TEST_F(CQvpFileTest, FreeData_AtAndAboveTheLimit_UpdatesInPlaceOrCompactsKeepingModeAndLink) {
     const std::string link = m_Path;
-    m_Path = (m_Folder / "elsewhere").string();
+    m_Path = (m_Folder / std::string(255, 'e')).string(); // as long as a name may be
     std::filesystem::create_symlink(m_Path, link);
     const std::vector<Record> live = {Index(5, {1}), {9, 1, "kept"}, {4, 3, ""}, Index(5, {2})};
     for (const std::size_t size : {5120u, 5121u}) {

@@ -291,7 +291,7 @@ TEST_F(ReadingDataDamageTest, CompactionThatCannotBeMadeDurable_LeavesFileAndIsM
 TEST_F(ReadingDataDamageTest, EveryAllocationFailing_LosesAndDoublesNoRecord) {
     for (int run = 4; run < 324 && !HasFailure(); ++run) {
         g_bFailsOnce = run % 2 != 0;
-        Write(FileOf(WithDeadSpace()));
+        Write(FileOf(run & 2 ? WithDeadSpace() : AllTypes));
         {
             CQvpFile file;
             g_nAllocationsLeft = run / 4;
