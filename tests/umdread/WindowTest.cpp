@@ -199,6 +199,21 @@ TEST_F(WindowTest, LettersAreSharpOnADenseScreen) {
     EXPECT_EQ(window.Errors(), "");
 }
 
+// Also makes the picture in the README.
+TEST_F(WindowTest, ChineseBookStandsBesideItsContents) {
+    const std::string book = MakeBook("art-of-war");
+    Set("[Window]\nwidth=1000\nheight=720\n");
+    Program window(m_home, {book});
+    ASSERT_TRUE(window.AwaitField("place", "0:0")) << window.Errors();
+    Press(window, "F9");
+    Press(window, "Right");
+    Hand("key ctrl+d");
+    ASSERT_TRUE(window.AwaitField("bookmarks", "1"));
+    desktop::Keep(out / "umdread.png");
+    ExpectThePage(book, window.Last());
+    EXPECT_EQ(window.Errors(), "");
+}
+
 TEST_F(WindowTest, HostileBooksGetAMessageEach) {
     std::vector<std::string> books;
     std::set<std::string> refused;
