@@ -276,8 +276,9 @@ TEST_F(WindowTest, Measures) {
         std::vector<int> time;
         std::vector<int> cpu;
         for (int i = 0; i < 300; ++i) {
-            if (prepared)
+            if (prepared) {
                 ASSERT_TRUE(window.AwaitField("prepared", "1"));
+            }
             Press(window, key);
             time.push_back(std::stoi(window["us"]));
             cpu.push_back(std::stoi(window["cpu"]));
