@@ -192,7 +192,7 @@ QVRESULT CUMDRenderImpl::OpenBook(IQVSequentialStream* stream, ITextLayout* layo
     m_pUmdHandler.reset(new (std::nothrow) ShownBook(stream));
     if (!m_pUmdHandler)
         return QV_E_FAIL;
-    ownedStream.release(); // now the handler's
+    static_cast<void>(ownedStream.release()); // now the handler's
     if (!m_pLayout || !CreatUmdNodeIndexList())
         return QV_E_FAIL;
     m_nContentLength = m_pUmdHandler->GetContentLength();
