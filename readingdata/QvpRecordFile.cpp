@@ -51,7 +51,6 @@ bool OverwriteQvpRecord(std::FILE* file, const Qvp_Node& node) {
     StoreHeader(header, node);
     if (WriteAt(file, node.nOffset, header, node.pData, node.nLength))
         return true;
-    std::clearerr(file);
     WriteAt(file, node.nOffset, oldHeader, old.get(), oldSize);
     return false;
 }
@@ -60,7 +59,7 @@ bool OverwriteQvpRecord(std::FILE* file, const Qvp_Node& node) {
 bool AppendQvpRecord(std::FILE* file, const Qvp_Node& node, long* offset) {
     const std::size_t size = QvpFormat::RecordHeaderSize + std::size_t{node.nLength};
     const OwnedArray<unsigned char> record = NewArray<unsigned char>(size);
-    if (!record || std::fseek(file, 0, SEEK_END) != 0)
+    if (!record || std::ferror(file) || std::fseek(file, 0, SEEK_END) != 0)
         return false;
     const long end = std::ftell(file);
     StoreHeader(record.get(), node);
@@ -70,8 +69,8 @@ bool AppendQvpRecord(std::FILE* file, const Qvp_Node& node, long* offset) {
         end >= 0 && std::fwrite(record.get(), 1, size, file) == size && std::fflush(file) == 0;
     SetAppending(file, false);
     if (!bWritten) {
-        std::clearerr(file);
-        static_cast<void>(!ftruncate(fileno(file), end)); // the next flush finds what that leaves
+        if (ftruncate(fileno(file), end) == 0)
+            std::clearerr(file); // else nothing may follow what is left
         return false;
     }
     const long position = lseek(fileno(file), 0, SEEK_CUR); // fails in memory, where nobody appends

@@ -12,7 +12,8 @@ namespace QvFormat {
 bool OverwriteQvpRecord(std::FILE* file, const Qvp_Node& node);
 
 // Writes a record at the end of the file and stores where it begins in `*offset`. When that fails,
-// the file is cut back to its old end, so that nothing is appended after half a record.
+// the file is cut back to its old end, so that nothing is appended after half a record. When that
+// fails too, or an update has failed, the stream takes no more records.
 bool AppendQvpRecord(std::FILE* file, const Qvp_Node& node, long* offset);
 
 } // namespace QvFormat
