@@ -16,16 +16,16 @@
 namespace QvFormat {
 namespace {
 
-constexpr std::size_t g_nFailed = static_cast<std::size_t>(-1);
+constexpr std::size_t kFailed = static_cast<std::size_t>(-1);
 
 // Longer than any encoding's name, with the suffix for transliteration.
-constexpr std::size_t g_nNameSize = 64;
+constexpr std::size_t kNameSize = 64;
 
 // No encoding takes more bytes for one character.
-constexpr std::size_t g_nLongestCharacter = 16;
+constexpr std::size_t kLongestCharacter = 16;
 
 // Room for what one character is transliterated to; the longest known form has 18 characters.
-constexpr std::size_t g_nLongestForm = 128;
+constexpr std::size_t kLongestForm = 128;
 
 struct IconvCloser {
     void operator()(void* descriptor) const { iconv_close(descriptor); }
@@ -38,9 +38,9 @@ IconvPtr Open(const char* to, const char* from) {
     return IconvPtr(reinterpret_cast<std::intptr_t>(descriptor) == -1 ? nullptr : descriptor);
 }
 
-bool CopyName(const char* name, char (&copy)[g_nNameSize]) {
+bool CopyName(const char* name, char (&copy)[kNameSize]) {
     const std::size_t length = std::strlen(name);
-    if (length >= g_nNameSize)
+    if (length >= kNameSize)
         return false;
     std::memcpy(copy, name, length + 1);
     return true;
@@ -96,8 +96,8 @@ private:
     bool Discard(const Run& run, std::size_t count) const;
     std::size_t InvalidSize() const;
 
-    char m_szTo[g_nNameSize] = {};
-    char m_szFrom[g_nNameSize] = {};
+    char m_szTo[kNameSize] = {};
+    char m_szFrom[kNameSize] = {};
     IconvPtr m_pPlain;
     IconvPtr m_pProbe;           // source to UTF-32, opened when first needed
     IconvPtr m_pTransliterating; // likewise
@@ -153,7 +153,7 @@ std::size_t Converter::PossibleSize(const Run& run) const {
 }
 
 bool Converter::ConvertPossible(const Run& run) {
-    while (run.Convert(m_pPlain) == g_nFailed) {
+    while (run.Convert(m_pPlain) == kFailed) {
         if (errno != EILSEQ || !PassObstacle(run))
             return false;
     }
@@ -169,7 +169,7 @@ bool Converter::PassObstacle(const Run& run) {
         return Discard(run, InvalidSize());
     if (m_bTransliterate && !OpenTransliterating())
         return false;
-    char form[g_nLongestForm];
+    char form[kLongestForm];
     const std::size_t formSize = m_bTransliterate ? Transliterate(run, character, form) : 0;
     if (formSize == 0)
         return Discard(run, character.size);
@@ -189,7 +189,7 @@ bool Converter::Identify(const Run& run, Character* character) {
     char code[4];
     char* in = *run.in;
     char* out = code;
-    std::size_t inLeft = std::min(*run.inLeft, g_nLongestCharacter);
+    std::size_t inLeft = std::min(*run.inLeft, kLongestCharacter);
     std::size_t outLeft = sizeof code;
     iconv(m_pProbe.get(), nullptr, nullptr, nullptr, nullptr);
     Run{&in, &inLeft, &out, &outLeft}.Convert(m_pProbe);
@@ -205,7 +205,7 @@ bool Converter::Identify(const Run& run, Character* character) {
 bool Converter::OpenTransliterating() {
     if (m_pTransliterating)
         return true;
-    char name[g_nNameSize + sizeof "//TRANSLIT"];
+    char name[kNameSize + sizeof "//TRANSLIT"];
     std::snprintf(name, sizeof name, "%s//TRANSLIT", m_szTo);
     m_pTransliterating = QvFormat::Open(name, m_szFrom);
     return m_pTransliterating || errno == EINVAL;
@@ -220,11 +220,11 @@ std::size_t Converter::Transliterate(const Run& run, const Character& character,
     char* in = *run.in;
     char* out = form;
     std::size_t inLeft = character.size;
-    std::size_t outLeft = g_nLongestForm;
+    std::size_t outLeft = kLongestForm;
     iconv(m_pTransliterating.get(), nullptr, nullptr, nullptr, nullptr);
-    if (Run{&in, &inLeft, &out, &outLeft}.Convert(m_pTransliterating) == g_nFailed)
+    if (Run{&in, &inLeft, &out, &outLeft}.Convert(m_pTransliterating) == kFailed)
         return 0;
-    const std::size_t size = g_nLongestForm - outLeft;
+    const std::size_t size = kLongestForm - outLeft;
     const bool isQuestionMark = character.code == 0xFF1F || character.code == 0xFE56;
     return size == 1 && form[0] == '?' && !isQuestionMark ? 0 : size;
 }
@@ -264,7 +264,7 @@ int libiconvctl(libiconv_t descriptor, int request, void* argument) {
 std::size_t libiconv(libiconv_t descriptor, char** in, std::size_t* inLeft, char** out,
                      std::size_t* outLeft) {
     const bool done = static_cast<Converter*>(descriptor)->Convert(Run{in, inLeft, out, outLeft});
-    return done ? 0 : g_nFailed;
+    return done ? 0 : kFailed;
 }
 
 int libiconv_close(libiconv_t descriptor) {

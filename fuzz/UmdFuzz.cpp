@@ -13,7 +13,7 @@ using namespace QvFormat;
 namespace {
 
 // Text to inflate for one input, so that a bomb does not use up a run's time.
-constexpr std::int64_t inflateBudget = 4 << 20;
+constexpr std::int64_t kInflateBudget = 4 << 20;
 
 void Require(bool holds) {
     if (!holds)
@@ -39,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             Require(length < 125);
     }
     std::int64_t inflated = 0;
-    for (int i = -1; i <= book.GetChunkCount() && inflated < inflateBudget; ++i) {
+    for (int i = -1; i <= book.GetChunkCount() && inflated < kInflateBudget; ++i) {
         int length = -1;
         const MallocPtr<unsigned char> text(book.GetChunkContent(i, &length));
         Require(text ? length >= 0 && i >= 0 && i < book.GetChunkCount() : length == -1);

@@ -13,7 +13,7 @@ class IBookTagProxy;
 class IQVSequentialStream;
 
 // The file id of path-table records and of the renderer's book-information record.
-constexpr unsigned int CommonFileId = 0xFFFFFFFF;
+constexpr unsigned int kCommonFileId = 0xFFFFFFFF;
 
 // The reading-data file of one book: hands out proxies that read and change its records, and writes
 // the changes back. The receiver owns each proxy, releases it with delete, and must do so before it

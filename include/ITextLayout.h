@@ -48,8 +48,8 @@ public:
     // Either pointer may be null.
     virtual int GetLayoutRect(unsigned int* width, unsigned int* height) = 0;
 
-    // Copies `length` bytes of UTF-8; with a length below 1, all bytes before the terminator. Null is
-    // ignored.
+    // Copies `length` bytes of UTF-8; with a length below 1, all bytes before the terminator. Null
+    // is ignored.
     virtual void SetText(const char* text, int length) = 0;
 
     // A font description such as "Serif 18": family, and size in points. Null is ignored.

@@ -12,14 +12,14 @@ int CBookAnnotationHelper::SaveAnnotationToBuffer(IBookAnnotation* annotation, Q
                                                   unsigned char* buffer, unsigned int size) {
     unsigned int dataSize = 0;
     if (!buffer || !annotation || size == 0 || annotation->GetDataSize(&dataSize) != QV_S_OK ||
-        dataSize > size - QvpFormat::BookmarkTypeSize)
+        dataSize > size - QvpFormat::kBookmarkTypeSize)
         return 0;
     QvBookmarkType bookmarkType = QvBookmarkDefault;
     if (annotation->GetBookmarkType(&bookmarkType) != QV_S_OK)
         return 0;
     buffer[0] = static_cast<unsigned char>(bookmarkType);
-    return annotation->WriteData(buffer + QvpFormat::BookmarkTypeSize,
-                                 size - QvpFormat::BookmarkTypeSize) == QV_S_OK;
+    return annotation->WriteData(buffer + QvpFormat::kBookmarkTypeSize,
+                                 size - QvpFormat::kBookmarkTypeSize) == QV_S_OK;
 }
 
 CBookAnnotationImpl* CBookAnnotationHelper::CreateAnnotationFromBuffer(unsigned char const* buffer,
@@ -30,9 +30,9 @@ CBookAnnotationImpl* CBookAnnotationHelper::CreateAnnotationFromBuffer(unsigned 
     std::unique_ptr<CBookAnnotationImpl> annotation(new (std::nothrow) CBookAnnotationImpl(type));
     unsigned int dataSize = 0;
     if (!annotation || annotation->GetDataSize(&dataSize) != QV_S_OK ||
-        dataSize > size - QvpFormat::BookmarkTypeSize ||
-        annotation->ReadData(buffer + QvpFormat::BookmarkTypeSize,
-                             size - QvpFormat::BookmarkTypeSize) != QV_S_OK)
+        dataSize > size - QvpFormat::kBookmarkTypeSize ||
+        annotation->ReadData(buffer + QvpFormat::kBookmarkTypeSize,
+                             size - QvpFormat::kBookmarkTypeSize) != QV_S_OK)
         return nullptr;
     return annotation.release();
 }

@@ -11,15 +11,15 @@ namespace QvFormat {
 
 namespace {
 
-constexpr unsigned int OffsetAt = 4;
-constexpr unsigned int LengthAt = QvpFormat::PositionSize;
-constexpr unsigned int CommentAt = QvpFormat::RangeSize;
+constexpr unsigned int kOffsetAt = 4;
+constexpr unsigned int kLengthAt = QvpFormat::kPositionSize;
+constexpr unsigned int kCommentAt = QvpFormat::kRangeSize;
 
 // The bytes that an annotation without comment takes; types above 2 are checked as comments.
 unsigned int LeastSize(QvAnnotationType type) {
     if (type == QvAnnotationPosition)
-        return QvpFormat::PositionSize;
-    return type == QvAnnotationRange ? QvpFormat::RangeSize : QvpFormat::CommentSize;
+        return QvpFormat::kPositionSize;
+    return type == QvAnnotationRange ? QvpFormat::kRangeSize : QvpFormat::kCommentSize;
 }
 
 template<typename T>
@@ -111,14 +111,14 @@ QVRESULT CBookAnnotationImpl::ReadData(unsigned char const* buffer, unsigned int
     if (!buffer || size < LeastSize(m_eAnnotationType))
         return QV_E_INVALIDARG;
     m_nBlockIndex = LoadLE32(buffer);
-    m_nOffset = LoadLE32(buffer + OffsetAt);
+    m_nOffset = LoadLE32(buffer + kOffsetAt);
     if (m_eAnnotationType == QvAnnotationPosition)
         return QV_S_OK;
-    m_nLength = LoadLE32(buffer + LengthAt);
+    m_nLength = LoadLE32(buffer + kLengthAt);
     if (m_eAnnotationType == QvAnnotationRange)
         return QV_S_OK;
-    const auto* text = reinterpret_cast<const char*>(buffer + CommentAt);
-    const auto* end = static_cast<const char*>(std::memchr(text, 0, size - CommentAt));
+    const auto* text = reinterpret_cast<const char*>(buffer + kCommentAt);
+    const auto* end = static_cast<const char*>(std::memchr(text, 0, size - kCommentAt));
     if (!end)
         return QV_E_INVALIDARG;
     m_pszComment = CopyString(text, static_cast<std::size_t>(end - text));
@@ -129,19 +129,19 @@ QVRESULT CBookAnnotationImpl::WriteData(unsigned char* buffer, unsigned int size
     const unsigned int least = LeastSize(m_eAnnotationType);
     if (!buffer || size < least)
         return QV_E_INVALIDARG;
-    const bool bComment =
+    const bool isComment =
         m_eAnnotationType != QvAnnotationPosition && m_eAnnotationType != QvAnnotationRange;
     const std::size_t length = CommentLength();
-    if (bComment && length > size - least)
+    if (isComment && length > size - least)
         return QV_E_INVALIDARG;
     StoreLE32(buffer, m_nBlockIndex);
-    StoreLE32(buffer + OffsetAt, m_nOffset);
+    StoreLE32(buffer + kOffsetAt, m_nOffset);
     if (m_eAnnotationType != QvAnnotationPosition)
-        StoreLE32(buffer + LengthAt, m_nLength);
-    if (bComment) {
+        StoreLE32(buffer + kLengthAt, m_nLength);
+    if (isComment) {
         if (length != 0)
-            std::memcpy(buffer + CommentAt, m_pszComment.get(), length);
-        buffer[CommentAt + length] = '\0';
+            std::memcpy(buffer + kCommentAt, m_pszComment.get(), length);
+        buffer[kCommentAt + length] = '\0';
     }
     return QV_S_OK;
 }

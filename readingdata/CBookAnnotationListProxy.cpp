@@ -14,8 +14,8 @@ namespace QvFormat {
 namespace {
 
 // Record lengths and positions in a file are signed 32-bit numbers on the device.
-constexpr unsigned int MaxDataSize =
-    INT_MAX - QvpFormat::RecordHeaderSize - QvpFormat::CountSize - QvpFormat::BookmarkTypeSize;
+constexpr unsigned int kMaxDataSize =
+    INT_MAX - QvpFormat::kRecordHeaderSize - QvpFormat::kCountSize - QvpFormat::kBookmarkTypeSize;
 
 QvAnnotationType AnnotationTypeOf(QvpNodeType type) {
     return static_cast<QvAnnotationType>(type - QvpNodePositionAnnotations);
@@ -24,9 +24,9 @@ QvAnnotationType AnnotationTypeOf(QvpNodeType type) {
 // Bytes that an entry takes in a record, for a comment those of an empty one.
 unsigned int LeastEntrySize(QvpNodeType type) {
     if (type == QvpNodePositionAnnotations)
-        return QvpFormat::BookmarkTypeSize + QvpFormat::PositionSize;
-    return QvpFormat::BookmarkTypeSize +
-           (type == QvpNodeRangeAnnotations ? QvpFormat::RangeSize : QvpFormat::CommentSize);
+        return QvpFormat::kBookmarkTypeSize + QvpFormat::kPositionSize;
+    return QvpFormat::kBookmarkTypeSize +
+           (type == QvpNodeRangeAnnotations ? QvpFormat::kRangeSize : QvpFormat::kCommentSize);
 }
 
 // Bytes of the entry at `entry`; 0 when it does not end within the `left` bytes.
@@ -51,7 +51,7 @@ bool IsStorable(IBookAnnotation* annotation, QvAnnotationType expected) {
     QvAnnotationType type = {};
     unsigned int size = 0;
     return annotation->GetAnnotationType(&type) == QV_S_OK && type == expected &&
-           annotation->GetDataSize(&size) == QV_S_OK && size <= MaxDataSize;
+           annotation->GetDataSize(&size) == QV_S_OK && size <= kMaxDataSize;
 }
 
 class AnnotationEntries {
@@ -65,12 +65,12 @@ public:
     unsigned int NextSize() const {
         unsigned int size = 0;
         ElementAt(m_pList, m_nNext)->GetDataSize(&size);
-        return QvpFormat::BookmarkTypeSize + size;
+        return QvpFormat::kBookmarkTypeSize + size;
     }
 
     std::uint32_t Fill(unsigned char* data, std::uint32_t length) {
         const unsigned int first = m_nNext;
-        std::uint32_t position = QvpFormat::CountSize;
+        std::uint32_t position = QvpFormat::kCountSize;
         for (; !Done(); ++m_nNext) {
             const unsigned int size = NextSize();
             if (size > length - position ||
@@ -91,7 +91,7 @@ private:
 
 // Decodes one record after the `*count` annotations in `list`.
 QVRESULT ReadRecord(const Qvp_Node* node, CBookAnnotationImpl* list, unsigned int* count) {
-    unsigned int position = QvpFormat::CountSize;
+    unsigned int position = QvpFormat::kCountSize;
     for (std::uint32_t held = LoadLE32(node->pData); held != 0; --held) {
         const unsigned char* entry = node->pData + position;
         const unsigned int size = EntrySize(node->nType, entry, node->nLength - position);
@@ -100,8 +100,8 @@ QVRESULT ReadRecord(const Qvp_Node* node, CBookAnnotationImpl* list, unsigned in
         position += size;
         if (entry[0] != QvBookmarkDefault)
             continue;
-        const QVRESULT result = list[*count].ReadData(entry + QvpFormat::BookmarkTypeSize,
-                                                      size - QvpFormat::BookmarkTypeSize);
+        const QVRESULT result = list[*count].ReadData(entry + QvpFormat::kBookmarkTypeSize,
+                                                      size - QvpFormat::kBookmarkTypeSize);
         if (result != QV_S_OK)
             return result;
         ++*count;
@@ -136,8 +136,8 @@ QVRESULT CBookAnnotationListProxy::WriteAnnotationList(QvpNodeType type, IBookAn
     }
     AnnotationEntries remaining(list, count, annotationType);
     return ReplaceRecords(m_pFile, type, m_nFileId, &ListOf(type), &remaining, [&, this] {
-        const unsigned int length = QvpFormat::CountSize + remaining.NextSize();
-        return NewQvpNode(type, m_nFileId, std::max(QvpFormat::AnnotationRecordLength, length))
+        const unsigned int length = QvpFormat::kCountSize + remaining.NextSize();
+        return NewQvpNode(type, m_nFileId, std::max(QvpFormat::kAnnotationRecordLength, length))
             .release();
     });
 }

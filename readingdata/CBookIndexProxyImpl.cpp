@@ -10,13 +10,13 @@ namespace QvFormat {
 namespace {
 
 unsigned char* EntryAt(unsigned char* data, std::uint32_t i) {
-    return data + QvpFormat::CountSize + std::size_t{QvpFormat::IndexEntrySize} * i;
+    return data + QvpFormat::kCountSize + std::size_t{QvpFormat::kIndexEntrySize} * i;
 }
 
 struct IndexEntries : Entries<int> {
     std::uint32_t Fill(unsigned char* data, std::uint32_t length) {
         const std::uint32_t count =
-            std::min(nLeft, RecordCapacity(length, QvpFormat::IndexEntrySize));
+            std::min(nLeft, RecordCapacity(length, QvpFormat::kIndexEntrySize));
         for (std::uint32_t i = 0; i < count; ++i)
             StoreLE32(EntryAt(data, i), static_cast<std::uint32_t>(*pNext++));
         nLeft -= count;
@@ -36,7 +36,7 @@ int CBookIndexProxyImpl::AttachDataNode() {
 }
 
 Qvp_Node* CBookIndexProxyImpl::CreateQvpNode() {
-    return NewQvpNode(QvpNodeIndexList, m_nFileId, QvpFormat::IndexRecordLength).release();
+    return NewQvpNode(QvpNodeIndexList, m_nFileId, QvpFormat::kIndexRecordLength).release();
 }
 
 QVRESULT CBookIndexProxyImpl::SetIndexList(int* entries, unsigned int count) {
@@ -54,7 +54,7 @@ QVRESULT CBookIndexProxyImpl::GetIndexList(int** entries, unsigned int* count) {
         return refused;
     if (!m_pList && !AttachDataNode())
         return QV_E_FAIL;
-    const std::uint32_t total = CountEntries(m_pList, QvpNodeIndexList, QvpFormat::IndexEntrySize);
+    const std::uint32_t total = CountEntries(m_pList, QvpNodeIndexList, QvpFormat::kIndexEntrySize);
     if (count)
         *count = total;
     if (total == 0)

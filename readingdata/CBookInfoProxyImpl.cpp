@@ -21,15 +21,15 @@ struct NewSlot {
     unsigned int capacity;
 };
 
-constexpr NewSlot NewSlots[] = {
-    {QvpFormat::BookNameAt, QvpFormat::NameCapacity},
-    {QvpFormat::AuthorNameAt, QvpFormat::NameCapacity},
-    {QvpFormat::CoverPagePathAt, QvpFormat::PathCapacity},
-    {QvpFormat::PublisherNameAt, QvpFormat::NameCapacity},
-    {QvpFormat::ISBNAt, QvpFormat::ISBNCapacity},
-    {QvpFormat::SummaryAt, QvpFormat::SummaryCapacity},
-    {QvpFormat::ReadingBookmarkAt, QvpFormat::BookmarkCapacity},
-    {QvpFormat::LatestSectionAt, QvpFormat::PathCapacity},
+constexpr NewSlot kNewSlots[] = {
+    {QvpFormat::kBookNameAt, QvpFormat::kNameCapacity},
+    {QvpFormat::kAuthorNameAt, QvpFormat::kNameCapacity},
+    {QvpFormat::kCoverPagePathAt, QvpFormat::kPathCapacity},
+    {QvpFormat::kPublisherNameAt, QvpFormat::kNameCapacity},
+    {QvpFormat::kISBNAt, QvpFormat::kISBNCapacity},
+    {QvpFormat::kSummaryAt, QvpFormat::kSummaryCapacity},
+    {QvpFormat::kReadingBookmarkAt, QvpFormat::kBookmarkCapacity},
+    {QvpFormat::kLatestSectionAt, QvpFormat::kPathCapacity},
 };
 
 } // namespace
@@ -50,7 +50,7 @@ int CBookInfoProxyImpl::ParseDataNode() {
     if (!m_pNode || !m_pNode->pData || m_pNode->nLength == 0)
         return 0;
     const unsigned char* data = m_pNode->pData;
-    const unsigned int length = std::min(m_pNode->nLength, INT_MAX - QvpFormat::BookInfoLength);
+    const unsigned int length = std::min(m_pNode->nLength, INT_MAX - QvpFormat::kBookInfoLength);
     int position = 0;
     unsigned int* const strings[] = {&m_nBookNameOffset,      &m_nAuthorNameOffset,
                                      &m_nCoverPagePathOffset, &m_nPublisherNameOffset,
@@ -60,13 +60,13 @@ int CBookInfoProxyImpl::ParseDataNode() {
             return 0;
     }
     m_nBookSourceOffset = static_cast<unsigned int>(position);
-    m_nReadingProgressOffset = m_nBookSourceOffset + QvpFormat::BookSourceSize;
-    constexpr int fixed = QvpFormat::BookSourceSize + QvpFormat::ReadingProgressSize;
+    m_nReadingProgressOffset = m_nBookSourceOffset + QvpFormat::kBookSourceSize;
+    constexpr int fixed = QvpFormat::kBookSourceSize + QvpFormat::kReadingProgressSize;
     position += fixed;
     if (!ProcessRawBlock(data, length, &position, &m_nReadingBookmarkOffset))
         return 0;
     m_nIsSerializedOffset = static_cast<unsigned int>(position);
-    position += QvpFormat::IsSerializedSize;
+    position += QvpFormat::kIsSerializedSize;
     return ProcessRawBlock(data, length, &position, &m_nLatestSectionOffset);
 }
 
@@ -83,10 +83,10 @@ int CBookInfoProxyImpl::ProcessRawBlock(unsigned char const* data, unsigned int 
 }
 
 Qvp_Node* CBookInfoProxyImpl::CreateQvpNode() {
-    QvpNodePtr node = NewQvpNode(QvpNodeBookInfo, m_nFileId, QvpFormat::BookInfoLength);
+    QvpNodePtr node = NewQvpNode(QvpNodeBookInfo, m_nFileId, QvpFormat::kBookInfoLength);
     if (!node)
         return nullptr;
-    for (const NewSlot& slot : NewSlots)
+    for (const NewSlot& slot : kNewSlots)
         StoreLE32(node->pData + slot.offset, slot.capacity);
     return node.release();
 }
@@ -135,7 +135,7 @@ QVRESULT CBookInfoProxyImpl::SetString(Offset slot, char const* text, unsigned i
 
 QVRESULT CBookInfoProxyImpl::ReadData(unsigned int slotOffset, char** out) {
     const std::uint32_t capacity = LoadLE32(Field(slotOffset));
-    const auto* text = reinterpret_cast<char*>(Field(slotOffset + QvpFormat::SlotHeaderSize));
+    const auto* text = reinterpret_cast<char*>(Field(slotOffset + QvpFormat::kSlotHeaderSize));
     const auto* end = static_cast<const char*>(std::memchr(text, 0, capacity));
     if (!end)
         return QV_E_FAIL;
@@ -147,7 +147,7 @@ QVRESULT CBookInfoProxyImpl::WriteData(unsigned int slotOffset, char const* text
                                        unsigned int length) {
     if (LoadLE32(Field(slotOffset)) <= length)
         return QV_E_INVALIDARG;
-    auto* slot = reinterpret_cast<char*>(Field(slotOffset + QvpFormat::SlotHeaderSize));
+    auto* slot = reinterpret_cast<char*>(Field(slotOffset + QvpFormat::kSlotHeaderSize));
     const std::size_t used = strnlen(text, length);
     std::memcpy(slot, text, used);
     std::memset(slot + used, 0, length - used + 1);
@@ -269,7 +269,7 @@ QVRESULT CBookInfoProxyImpl::GetReadingBookmark(IBookAnnotation** bookmark) {
     if (result != QV_S_OK)
         return result;
     *bookmark = CBookAnnotationHelper::CreateAnnotationFromBuffer(
-        Field(m_nReadingBookmarkOffset + QvpFormat::SlotHeaderSize),
+        Field(m_nReadingBookmarkOffset + QvpFormat::kSlotHeaderSize),
         LoadLE32(Field(m_nReadingBookmarkOffset)), QvAnnotationPosition);
     return *bookmark ? QV_S_OK : QV_E_FAIL;
 }
@@ -280,7 +280,7 @@ QVRESULT CBookInfoProxyImpl::SetReadingBookmark(IBookAnnotation* bookmark) {
         return result;
     if (!CBookAnnotationHelper::SaveAnnotationToBuffer(
             bookmark, QvAnnotationPosition,
-            Field(m_nReadingBookmarkOffset + QvpFormat::SlotHeaderSize),
+            Field(m_nReadingBookmarkOffset + QvpFormat::kSlotHeaderSize),
             LoadLE32(Field(m_nReadingBookmarkOffset))))
         return QV_E_FAIL;
     m_pNode->bModified = 1;

@@ -8,24 +8,24 @@ namespace QvFormat {
 
 namespace {
 
-constexpr std::uint32_t LeastItemSize = QvpFormat::PathValuesSize + 1; // with an empty path
+constexpr std::uint32_t kLeastItemSize = QvpFormat::kPathValuesSize + 1; // with an empty path
 
 bool IsStorable(const QvpPathItem& item) {
     return item.pszPath &&
-           strnlen(item.pszPath, QvpFormat::MaxPathLength + 1) <= QvpFormat::MaxPathLength;
+           strnlen(item.pszPath, QvpFormat::kMaxPathLength + 1) <= QvpFormat::kMaxPathLength;
 }
 
 struct PathEntries : Entries<QvpPathItem> {
     std::uint32_t Fill(unsigned char* data, std::uint32_t length) {
-        std::uint32_t position = QvpFormat::CountSize;
+        std::uint32_t position = QvpFormat::kCountSize;
         std::uint32_t count = 0;
         for (; nLeft != 0; ++count, ++pNext, --nLeft) {
             const std::size_t pathSize = std::strlen(pNext->pszPath) + 1;
-            if (QvpFormat::PathValuesSize + pathSize > length - position)
+            if (QvpFormat::kPathValuesSize + pathSize > length - position)
                 break;
             StoreLE32(data + position, pNext->nValue0);
             StoreLE32(data + position + 4, pNext->nValue1);
-            position += QvpFormat::PathValuesSize;
+            position += QvpFormat::kPathValuesSize;
             std::memcpy(data + position, pNext->pszPath, pathSize);
             position += static_cast<std::uint32_t>(pathSize);
         }
@@ -55,16 +55,17 @@ bool AddPaths(const Qvp_Node* node, ItemArray<QvpPathItem>* list) {
 // Adds up the counts as they stand. False when a record cannot hold what it says, so that no count
 // makes the result larger than the file.
 bool CountItems(Qvp_Node* list, std::uint64_t* total) {
-    bool bSound = true;
+    bool isSound = true;
     for (const Qvp_Node* node = list; node; node = node->pNext) {
         if (node->nType != QvpNodePathTable)
             continue;
-        const std::uint32_t held = node->nLength < QvpFormat::CountSize ? 0 : LoadLE32(node->pData);
+        const std::uint32_t held =
+            node->nLength < QvpFormat::kCountSize ? 0 : LoadLE32(node->pData);
         *total += held;
-        bSound = bSound && node->nLength > QvpFormat::CountSize &&
-                 held <= RecordCapacity(node->nLength, LeastItemSize);
+        isSound = isSound && node->nLength > QvpFormat::kCountSize &&
+                  held <= RecordCapacity(node->nLength, kLeastItemSize);
     }
-    return bSound;
+    return isSound;
 }
 
 } // namespace
@@ -79,7 +80,7 @@ int CBookPathTableProxyImpl::AttachDataNode() {
 }
 
 Qvp_Node* CBookPathTableProxyImpl::CreateQvpNode() {
-    return NewQvpNode(QvpNodePathTable, m_nFileId, QvpFormat::PathRecordLength).release();
+    return NewQvpNode(QvpNodePathTable, m_nFileId, QvpFormat::kPathRecordLength).release();
 }
 
 QVRESULT CBookPathTableProxyImpl::SetPathTable(QvpPathItem* items, unsigned int count) {

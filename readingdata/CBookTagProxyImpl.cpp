@@ -10,16 +10,17 @@ namespace QvFormat {
 namespace {
 
 unsigned char* SlotAt(unsigned char* data, std::uint32_t i) {
-    return data + QvpFormat::CountSize + std::size_t{QvpFormat::TagSlotSize} * i;
+    return data + QvpFormat::kCountSize + std::size_t{QvpFormat::kTagSlotSize} * i;
 }
 
 bool IsStorable(const char* tag) {
-    return tag && strnlen(tag, QvpFormat::TagSlotSize) < QvpFormat::TagSlotSize;
+    return tag && strnlen(tag, QvpFormat::kTagSlotSize) < QvpFormat::kTagSlotSize;
 }
 
 struct TagEntries : Entries<char*> {
     std::uint32_t Fill(unsigned char* data, std::uint32_t length) {
-        const std::uint32_t count = std::min(nLeft, RecordCapacity(length, QvpFormat::TagSlotSize));
+        const std::uint32_t count =
+            std::min(nLeft, RecordCapacity(length, QvpFormat::kTagSlotSize));
         for (std::uint32_t i = 0; i < count; ++i, ++pNext)
             std::memcpy(SlotAt(data, i), *pNext, std::strlen(*pNext) + 1);
         nLeft -= count;
@@ -32,8 +33,8 @@ bool AddTags(Qvp_Node* node, ItemArray<char*>* list) {
     const std::uint32_t held = LoadLE32(node->pData);
     for (std::uint32_t i = 0; i < held; ++i) {
         const auto* slot = reinterpret_cast<const char*>(SlotAt(node->pData, i));
-        const std::size_t length = strnlen(slot, QvpFormat::TagSlotSize);
-        if (length < QvpFormat::TagSlotSize && !list->Add(nullptr, slot, length))
+        const std::size_t length = strnlen(slot, QvpFormat::kTagSlotSize);
+        if (length < QvpFormat::kTagSlotSize && !list->Add(nullptr, slot, length))
             return false;
     }
     return true;
@@ -51,7 +52,7 @@ int CBookTagProxyImpl::AttachDataNode() {
 }
 
 Qvp_Node* CBookTagProxyImpl::CreateQvpNode() {
-    return NewQvpNode(QvpNodeTagList, m_nFileId, QvpFormat::TagRecordLength).release();
+    return NewQvpNode(QvpNodeTagList, m_nFileId, QvpFormat::kTagRecordLength).release();
 }
 
 QVRESULT CBookTagProxyImpl::SetTagList(char** tags, unsigned int count) {
@@ -69,7 +70,7 @@ QVRESULT CBookTagProxyImpl::GetTagList(char*** tags, unsigned int* count) {
         return refused;
     if (!m_pList && !AttachDataNode())
         return QV_E_FAIL;
-    ItemArray<char*> list(CountEntries(m_pList, QvpNodeTagList, QvpFormat::TagSlotSize));
+    ItemArray<char*> list(CountEntries(m_pList, QvpNodeTagList, QvpFormat::kTagSlotSize));
     if (!list.IsValid() || !ForEachInUse(m_pList, QvpNodeTagList,
                                          [&list](Qvp_Node* node) { return AddTags(node, &list); }))
         return QV_E_OUTOFMEMORY;

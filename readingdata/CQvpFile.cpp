@@ -33,7 +33,7 @@ struct ListOfType {
 };
 
 // The lists of one file id in the order in which a flush writes them.
-constexpr ListOfType FileIdLists[] = {
+constexpr ListOfType kFileIdLists[] = {
     {QvpNodeBookInfo, &Qvp_File_Data_Node::pBookInfo},
     {QvpNodeIndexList, &Qvp_File_Data_Node::pIndexList},
     {QvpNodePositionAnnotations, &Qvp_File_Data_Node::pPositionAnnotations},
@@ -45,7 +45,7 @@ constexpr ListOfType FileIdLists[] = {
 FilePtr OpenForReading(const char* path, bool create) {
     FilePtr file = OpenRegularFile(path, false);
     if (file || !create || CUtility::CheckFileExistence(path) ||
-        ReplaceFile(path, QvpFormat::NewHeader, sizeof QvpFormat::NewHeader) != Replacement::Done)
+        ReplaceFile(path, QvpFormat::kNewHeader, sizeof QvpFormat::kNewHeader) != Replacement::Done)
         return file;
     return OpenRegularFile(path, false);
 }
@@ -119,7 +119,7 @@ QVRESULT CQvpFile::Open(char const* path, int create) {
 
 // Reads the whole file or nothing: what a short read left out would be lost at the next compaction.
 QVRESULT CQvpFile::ReadImage(std::FILE* file, Image* image, long* size) {
-    unsigned char header[QvpFormat::HeaderSize];
+    unsigned char header[QvpFormat::kHeaderSize];
     struct stat status = {};
     if (fstat(fileno(file), &status) != 0 || std::fread(header, sizeof header, 1, file) != 1 ||
         !HandleHeader(header))
@@ -144,7 +144,7 @@ QVRESULT CQvpFile::Open(IQVSequentialStream* stream) {
     int canRead = 0;
     if (stream->GetCanRead(&canRead) < 0 || !canRead)
         return QV_E_FAIL;
-    unsigned char header[QvpFormat::HeaderSize];
+    unsigned char header[QvpFormat::kHeaderSize];
     int count = 0;
     if (stream->Seek(0, SeekFromBegin, nullptr) < 0 ||
         stream->Read(header, sizeof header, &count) < 0 || count != sizeof header ||
@@ -157,10 +157,10 @@ QVRESULT CQvpFile::Open(IQVSequentialStream* stream) {
 }
 
 int CQvpFile::HandleHeader(unsigned char* header) {
-    if (std::memcmp(header, QvpFormat::NewHeader, QvpFormat::MagicSize) != 0)
+    if (std::memcmp(header, QvpFormat::kNewHeader, QvpFormat::kMagicSize) != 0)
         return 0;
-    m_nVersion = header[QvpFormat::VersionAt];
-    m_nRevision = header[QvpFormat::RevisionAt];
+    m_nVersion = header[QvpFormat::kVersionAt];
+    m_nRevision = header[QvpFormat::kRevisionAt];
     return 1;
 }
 
@@ -197,7 +197,7 @@ QVRESULT CQvpFile::GetTagProxy(IBookTagProxy** proxy, unsigned int fileId) {
 }
 
 QVRESULT CQvpFile::GetPathTableProxy(IBookPathTableProxy** proxy) {
-    return MakeProxy<CBookPathTableProxyImpl>(this, m_bOpened, CommonFileId, proxy);
+    return MakeProxy<CBookPathTableProxyImpl>(this, m_bOpened, kCommonFileId, proxy);
 }
 
 QVRESULT CQvpFile::Save(char const*) {
@@ -211,7 +211,7 @@ QVRESULT CQvpFile::Save(IQVSequentialStream*) {
 // --- reading records ----------------------------------------------------------------------------
 
 bool CQvpFile::NextRecord(QvpRecordScan* scan, QvpRecord* record) {
-    unsigned char header[QvpFormat::RecordHeaderSize];
+    unsigned char header[QvpFormat::kRecordHeaderSize];
     return GetData(scan->Position(), sizeof header, header) && scan->Take(header, record);
 }
 
@@ -254,9 +254,9 @@ QVRESULT CQvpFile::LoadNodeList(QvpNodeType type, unsigned int fileId, Qvp_Node*
     QvpRecordScan scan(m_bFromPath ? m_nImageSize : LONG_MAX);
     QvpRecord record = {};
     while (NextRecord(&scan, &record)) {
-        const bool bListed = record.nType == type && record.nLength != 0 &&
-                             (type == QvpNodePathTable || record.nId == fileId);
-        if (!bListed || !record.bWhole)
+        const bool isListed = record.nType == type && record.nLength != 0 &&
+                              (type == QvpNodePathTable || record.nId == fileId);
+        if (!isListed || !record.bWhole)
             continue;
         QvpNodePtr node(new (std::nothrow) Qvp_Node{type, record.nId, record.nOffset, 0,
                                                     record.nLength, nullptr, 0, nullptr});
@@ -265,7 +265,7 @@ QVRESULT CQvpFile::LoadNodeList(QvpNodeType type, unsigned int fileId, Qvp_Node*
             *head = nullptr;
             return QV_E_OUTOFMEMORY;
         }
-        const long data = record.nOffset + QvpFormat::RecordHeaderSize;
+        const long data = record.nOffset + QvpFormat::kRecordHeaderSize;
         if (!AttachDataBuffer(node.get(), data, record.nLength))
             continue;
         *tail = node.release();
@@ -299,15 +299,15 @@ QVRESULT CQvpFile::AppendNodeList(Qvp_Node* chain) {
         return QV_E_INVALIDARG;
     Qvp_Node* last = nullptr; // the node placed before, the tail of its list
     while (Qvp_Node* node = chain) {
-        const bool bSameList = last && last->nType == node->nType && last->nId == node->nId;
-        const bool bListed = node->nType > QvpNodeFree && node->nType <= QvpNodeCommentAnnotations;
-        if (bListed && node->nType != QvpNodePathTable && !FindFileDataNode(node->nId))
+        const bool isSameList = last && last->nType == node->nType && last->nId == node->nId;
+        const bool isListed = node->nType > QvpNodeFree && node->nType <= QvpNodeCommentAnnotations;
+        if (isListed && node->nType != QvpNodePathTable && !FindFileDataNode(node->nId))
             return QV_E_FAIL;
         chain = node->pNext;
         node->pNext = nullptr;
-        if (!bListed)
+        if (!isListed)
             continue;
-        Qvp_Node** slot = bSameList ? &last->pNext : FindList(node->nType, node->nId);
+        Qvp_Node** slot = isSameList ? &last->pNext : FindList(node->nType, node->nId);
         while (*slot)
             slot = &(*slot)->pNext;
         *slot = last = node;
@@ -333,7 +333,7 @@ Qvp_Node** CQvpFile::FindList(unsigned int type, unsigned int fileId) {
     if (type == QvpNodePathTable)
         return &m_pPathTableList;
     for (Qvp_File_Data_Node* group = m_pFileDataList; group; group = group->pNext) {
-        for (const ListOfType& entry : FileIdLists) {
+        for (const ListOfType& entry : kFileIdLists) {
             if (group->nFileId == fileId && entry.type == static_cast<QvpNodeType>(type))
                 return &(group->*entry.list);
         }
@@ -351,7 +351,7 @@ void CQvpFile::ForEachNode(Visit visit) const {
     for (Qvp_Node* node = m_pPathTableList; node; node = node->pNext)
         visit(node);
     for (Qvp_File_Data_Node* group = m_pFileDataList; group; group = group->pNext) {
-        for (const ListOfType& entry : FileIdLists) {
+        for (const ListOfType& entry : kFileIdLists) {
             for (Qvp_Node* node = group->*entry.list; node; node = node->pNext)
                 visit(node);
         }
@@ -359,9 +359,9 @@ void CQvpFile::ForEachNode(Visit visit) const {
 }
 
 bool CQvpFile::HasNode(bool (*predicate)(const Qvp_Node*)) const {
-    bool bFound = false;
-    ForEachNode([&](const Qvp_Node* node) { bFound = bFound || predicate(node); });
-    return bFound;
+    bool isFound = false;
+    ForEachNode([&](const Qvp_Node* node) { isFound = isFound || predicate(node); });
+    return isFound;
 }
 
 // All nodes, by the offsets of their records.
@@ -387,7 +387,7 @@ void CQvpFile::FreeFileDataList(Qvp_File_Data_Node* groups) {
     while (groups) {
         const std::unique_ptr<Qvp_File_Data_Node> group(groups);
         groups = group->pNext;
-        for (const ListOfType& entry : FileIdLists)
+        for (const ListOfType& entry : kFileIdLists)
             FreeDataList(group.get()->*entry.list);
     }
 }
@@ -402,20 +402,20 @@ QVRESULT CQvpFile::Flush() {
     if (!m_pszPath)
         return QV_E_FAIL;
     struct stat status = {};
-    const bool bMissing =
+    const bool isMissing =
         stat(m_pszPath.get(), &status) != 0 && !CUtility::CheckFileExistence(m_pszPath.get());
-    if (IsUpToDate() && !bMissing)
+    if (IsUpToDate() && !isMissing)
         return QV_S_OK;
     m_bFlushed = true;
 
-    const bool bUnsaved = HasNode(IsUnsaved);
-    const bool bChanged = status.st_size != Known().size; // by another container or program
-    const bool bAppend = !HasNode(IsNew) || MayAppend(bChanged);
-    const bool bCutShort = bUnsaved && status.st_size < Known().end;
-    if ((bMissing || bCutShort || !bAppend || ShouldRewrite()) &&
-        CompactFile(bChanged) != Replacement::Impossible)
+    const bool isUnsaved = HasNode(IsUnsaved);
+    const bool isChanged = status.st_size != Known().size; // by another container or program
+    const bool mayAppend = !HasNode(IsNew) || MayAppend(isChanged);
+    const bool isCutShort = isUnsaved && status.st_size < Known().end;
+    if ((isMissing || isCutShort || !mayAppend || ShouldRewrite()) &&
+        CompactFile(isChanged) != Replacement::Impossible)
         return QV_S_OK;
-    return bUnsaved || bMissing ? UpdateFile(bAppend) : QV_S_OK;
+    return isUnsaved || isMissing ? UpdateFile(mayAppend) : QV_S_OK;
 }
 
 bool CQvpFile::IsUpToDate() const {
@@ -429,7 +429,7 @@ int CQvpFile::ShouldRewrite() {
     while (scan.Next(m_pImage.get(), &record)) {
         if (record.nType != QvpNodeFree)
             continue;
-        if (record.nLength > QvpFormat::MaxFreeData - freeData)
+        if (record.nLength > QvpFormat::kMaxFreeData - freeData)
             return 1;
         freeData += record.nLength;
     }
@@ -441,7 +441,7 @@ int CQvpFile::ShouldRewrite() {
 CQvpFile::Extent CQvpFile::Known() const {
     Extent known = {m_nImageSize, m_nImageSize};
     ForEachNode([&known](const Qvp_Node* node) {
-        const long size = QvpFormat::RecordHeaderSize + static_cast<long>(node->nLength);
+        const long size = QvpFormat::kRecordHeaderSize + static_cast<long>(node->nLength);
         if (node->nOffset == 0)
             return;
         known.size += node->bBorrowed ? 0 : size;
@@ -452,8 +452,8 @@ CQvpFile::Extent CQvpFile::Known() const {
 
 // Not after a torn record, nor beside a record of the same list that another container has appended
 // since: a reader would take both for one list.
-bool CQvpFile::MayAppend(bool bChanged) {
-    if (!bChanged)
+bool CQvpFile::MayAppend(bool isChanged) {
+    if (!isChanged)
         return !EndsTorn(m_pImage.get(), m_nImageSize);
     Image image;
     long size = 0;
@@ -477,11 +477,11 @@ bool CQvpFile::MayAppend(bool bChanged) {
 
 // --- flushing -----------------------------------------------------------------------------------
 
-QVRESULT CQvpFile::UpdateFile(bool bAppend) {
+QVRESULT CQvpFile::UpdateFile(bool mayAppend) {
     const FilePtr file = OpenRegularFile(m_pszPath.get(), true);
     if (!file)
         return QV_E_FAIL;
-    if (bAppend) {
+    if (mayAppend) {
         SaveQvpNodeToFile(file.get(), m_pPathTableList, 0, 1);
         SaveChangesToFile(file.get(), m_pFileDataList, 0, 1);
     } else {
@@ -498,7 +498,7 @@ int CQvpFile::SaveChangesToFile(std::FILE* file, Qvp_File_Data_Node* groups, int
                                 int clearModified) {
     int written = 1;
     for (; groups; groups = groups->pNext) {
-        for (const ListOfType& entry : FileIdLists)
+        for (const ListOfType& entry : kFileIdLists)
             written &= SaveQvpNodeToFile(file, groups->*entry.list, rewrite, clearModified);
     }
     return written;
@@ -527,16 +527,16 @@ int CQvpFile::SaveQvpNodeToFile(std::FILE* file, Qvp_Node* list, int rewrite, in
 
 // A file that others have changed since is read again, so that the lists that nobody asked for here
 // stay as they are by now.
-Replacement CQvpFile::CompactFile(bool bChanged) {
+Replacement CQvpFile::CompactFile(bool isChanged) {
     NodePlaces places = Places();
     if (!places.IsValid())
         return Replacement::Impossible;
     Image other; // the image that is not compacted, of which nodes may still borrow
     long otherSize = 0;
-    const FilePtr file = bChanged ? OpenRegularFile(m_pszPath.get(), false) : nullptr;
-    const bool bReread = file && ReadImage(file.get(), &other, &otherSize) == QV_S_OK &&
-                         !IsCutShort(other.get(), otherSize);
-    if (bReread)
+    const FilePtr file = isChanged ? OpenRegularFile(m_pszPath.get(), false) : nullptr;
+    const bool isReread = file && ReadImage(file.get(), &other, &otherSize) == QV_S_OK &&
+                          !IsCutShort(other.get(), otherSize);
+    if (isReread)
         SwapImage(&other, &otherSize);
 
     Image content;
@@ -550,7 +550,7 @@ Replacement CQvpFile::CompactFile(bool bChanged) {
         return result;
     }
     places.Restore();
-    if (bReread)
+    if (isReread)
         SwapImage(&other, &otherSize);
     return result;
 }
@@ -578,7 +578,7 @@ bool CQvpFile::IsCutShort(const unsigned char* file, long size) const {
 bool CQvpFile::WriteContent(std::size_t room, Image* content, long* size) {
     ForEachNode([&room](const Qvp_Node* node) {
         if (!node->bBorrowed)
-            room += QvpFormat::RecordHeaderSize + std::size_t{node->nLength};
+            room += QvpFormat::kRecordHeaderSize + std::size_t{node->nLength};
     });
     *content = NewArray<unsigned char>(room);
     const FilePtr memory(*content ? fmemopen(content->get(), room, "w+b") : nullptr);
@@ -596,7 +596,7 @@ int CQvpFile::SaveValidContentToFile(std::FILE* file) {
     if (!places.IsValid())
         return 0;
     ForEachNode([](Qvp_Node* node) { node->nOffset = 0; });
-    int written = std::fwrite(m_pImage.get(), QvpFormat::HeaderSize, 1, file) == 1;
+    int written = std::fwrite(m_pImage.get(), QvpFormat::kHeaderSize, 1, file) == 1;
     QvpRecordScan scan(m_nImageSize);
     QvpRecord record = {};
     while (written && scan.Next(m_pImage.get(), &record) && record.bWhole) {
@@ -604,7 +604,7 @@ int CQvpFile::SaveValidContentToFile(std::FILE* file) {
         if (node && IsRecordOf(*node, record)) {
             written = AppendQvpRecord(file, *node, &node->nOffset);
         } else if (record.nType != QvpNodeFree && !IsLoaded(record)) {
-            const std::size_t size = QvpFormat::RecordHeaderSize + std::size_t{record.nLength};
+            const std::size_t size = QvpFormat::kRecordHeaderSize + std::size_t{record.nLength};
             written = std::fwrite(m_pImage.get() + record.nOffset, 1, size, file) == size;
         }
     }
@@ -619,7 +619,7 @@ void CQvpFile::AdoptImage(Image image, long size) {
         node->bModified = 0;
         if (node->nOffset == 0 && !node->bBorrowed)
             return;
-        unsigned char* data = image.get() + node->nOffset + QvpFormat::RecordHeaderSize;
+        unsigned char* data = image.get() + node->nOffset + QvpFormat::kRecordHeaderSize;
         if (node->nOffset == 0) {
             data = CopyArray(node->pData, node->nLength).release();
             node->nLength = data ? node->nLength : 0;

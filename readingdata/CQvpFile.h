@@ -126,9 +126,9 @@ private:
 
     UMDFORMAT_HIDDEN bool IsUpToDate() const;
     UMDFORMAT_HIDDEN Extent Known() const;
-    UMDFORMAT_HIDDEN bool MayAppend(bool bChanged);
-    UMDFORMAT_HIDDEN QVRESULT UpdateFile(bool bAppend);
-    UMDFORMAT_HIDDEN Replacement CompactFile(bool bChanged);
+    UMDFORMAT_HIDDEN bool MayAppend(bool isChanged);
+    UMDFORMAT_HIDDEN QVRESULT UpdateFile(bool mayAppend);
+    UMDFORMAT_HIDDEN Replacement CompactFile(bool isChanged);
     UMDFORMAT_HIDDEN bool IsCutShort(const unsigned char* file, long size) const;
     UMDFORMAT_HIDDEN void SwapImage(Image* image, long* size);
     UMDFORMAT_HIDDEN bool WriteContent(std::size_t room, Image* content, long* size);

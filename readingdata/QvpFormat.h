@@ -10,81 +10,81 @@ namespace QvFormat::QvpFormat {
 // --- file ---------------------------------------------------------------------------------------
 
 // Magic (3 bytes), version (1), revision (1). Readers test the magic only.
-constexpr unsigned char NewHeader[] = {'Q', 'V', 'P', 1, 0};
-constexpr long HeaderSize = 5;
-constexpr int MagicSize = 3;
-constexpr int VersionAt = 3;
-constexpr int RevisionAt = 4;
+constexpr unsigned char kNewHeader[] = {'Q', 'V', 'P', 1, 0};
+constexpr long kHeaderSize = 5;
+constexpr int kMagicSize = 3;
+constexpr int kVersionAt = 3;
+constexpr int kRevisionAt = 4;
 
 // --- records ------------------------------------------------------------------------------------
 
 // Type (1 byte), file id (4), length of the data that follows (4).
-constexpr long FirstRecordOffset = HeaderSize;
-constexpr long RecordHeaderSize = 9;
-constexpr int RecordIdAt = 1;
-constexpr int RecordLengthAt = 5;
+constexpr long kFirstRecordOffset = kHeaderSize;
+constexpr long kRecordHeaderSize = 9;
+constexpr int kRecordIdAt = 1;
+constexpr int kRecordLengthAt = 5;
 
 // More dead data bytes than this make a flush compact the file: about two book-information records,
 // little against the smallest file system block that a compaction costs.
-constexpr std::uint32_t MaxFreeData = 5120;
+constexpr std::uint32_t kMaxFreeData = 5120;
 
-using QvFormat::CommonFileId;
+using QvFormat::kCommonFileId;
 
 // --- book information: slots of a capacity (4 bytes) and that many bytes ------------------------
 
-constexpr unsigned int SlotHeaderSize = 4;
+constexpr unsigned int kSlotHeaderSize = 4;
 
-constexpr unsigned int NameCapacity = 200; // also author and publisher
-constexpr unsigned int PathCapacity = 512; // also latest section
-constexpr unsigned int ISBNCapacity = 100;
-constexpr unsigned int SummaryCapacity = 1024;
-constexpr unsigned int BookmarkCapacity = 20; // the buffer form of a position takes 9
+constexpr unsigned int kNameCapacity = 200; // also author and publisher
+constexpr unsigned int kPathCapacity = 512; // also latest section
+constexpr unsigned int kISBNCapacity = 100;
+constexpr unsigned int kSummaryCapacity = 1024;
+constexpr unsigned int kBookmarkCapacity = 20; // the buffer form of a position takes 9
 
-constexpr unsigned int BookSourceSize = 1;
-constexpr unsigned int ReadingProgressSize = 4;
-constexpr unsigned int IsSerializedSize = 1;
+constexpr unsigned int kBookSourceSize = 1;
+constexpr unsigned int kReadingProgressSize = 4;
+constexpr unsigned int kIsSerializedSize = 1;
 
 // Where this library puts the fields. Readers find them by walking the capacities.
-constexpr unsigned int BookNameAt = 0;
-constexpr unsigned int AuthorNameAt = BookNameAt + SlotHeaderSize + NameCapacity;
-constexpr unsigned int CoverPagePathAt = AuthorNameAt + SlotHeaderSize + NameCapacity;
-constexpr unsigned int PublisherNameAt = CoverPagePathAt + SlotHeaderSize + PathCapacity;
-constexpr unsigned int ISBNAt = PublisherNameAt + SlotHeaderSize + NameCapacity;
-constexpr unsigned int SummaryAt = ISBNAt + SlotHeaderSize + ISBNCapacity;
-constexpr unsigned int BookSourceAt = SummaryAt + SlotHeaderSize + SummaryCapacity;
-constexpr unsigned int ReadingProgressAt = BookSourceAt + BookSourceSize;
-constexpr unsigned int ReadingBookmarkAt = ReadingProgressAt + ReadingProgressSize;
-constexpr unsigned int IsSerializedAt = ReadingBookmarkAt + SlotHeaderSize + BookmarkCapacity;
-constexpr unsigned int LatestSectionAt = IsSerializedAt + IsSerializedSize;
-constexpr unsigned int BookInfoLength = LatestSectionAt + SlotHeaderSize + PathCapacity;
+constexpr unsigned int kBookNameAt = 0;
+constexpr unsigned int kAuthorNameAt = kBookNameAt + kSlotHeaderSize + kNameCapacity;
+constexpr unsigned int kCoverPagePathAt = kAuthorNameAt + kSlotHeaderSize + kNameCapacity;
+constexpr unsigned int kPublisherNameAt = kCoverPagePathAt + kSlotHeaderSize + kPathCapacity;
+constexpr unsigned int kISBNAt = kPublisherNameAt + kSlotHeaderSize + kNameCapacity;
+constexpr unsigned int kSummaryAt = kISBNAt + kSlotHeaderSize + kISBNCapacity;
+constexpr unsigned int kBookSourceAt = kSummaryAt + kSlotHeaderSize + kSummaryCapacity;
+constexpr unsigned int kReadingProgressAt = kBookSourceAt + kBookSourceSize;
+constexpr unsigned int kReadingBookmarkAt = kReadingProgressAt + kReadingProgressSize;
+constexpr unsigned int kIsSerializedAt = kReadingBookmarkAt + kSlotHeaderSize + kBookmarkCapacity;
+constexpr unsigned int kLatestSectionAt = kIsSerializedAt + kIsSerializedSize;
+constexpr unsigned int kBookInfoLength = kLatestSectionAt + kSlotHeaderSize + kPathCapacity;
 
-static_assert(BookSourceAt == 2260 && ReadingBookmarkAt == 2265 && BookInfoLength == 2806);
+static_assert(kBookSourceAt == 2260 && kReadingBookmarkAt == 2265 && kBookInfoLength == 2806);
 
 // --- lists: every record begins with the number of entries in it --------------------------------
 
-constexpr unsigned int CountSize = 4;
+constexpr unsigned int kCountSize = 4;
 
-constexpr unsigned int IndexEntrySize = 4;
-constexpr unsigned int IndexRecordLength = 804; // 200 entries
+constexpr unsigned int kIndexEntrySize = 4;
+constexpr unsigned int kIndexRecordLength = 804; // 200 entries
 
-constexpr unsigned int TagSlotSize = 50;      // with the tag's NUL
-constexpr unsigned int TagRecordLength = 504; // 10 tags
+constexpr unsigned int kTagSlotSize = 50;      // with the tag's NUL
+constexpr unsigned int kTagRecordLength = 504; // 10 tags
 
-constexpr unsigned int PathValuesSize = 8;  // two integers before the path
-constexpr unsigned int MaxPathLength = 499; // fills a new record exactly
-constexpr unsigned int PathRecordLength = 512;
+constexpr unsigned int kPathValuesSize = 8;  // two integers before the path
+constexpr unsigned int kMaxPathLength = 499; // fills a new record exactly
+constexpr unsigned int kPathRecordLength = 512;
 
-static_assert(CountSize + PathValuesSize + MaxPathLength + 1 == PathRecordLength);
+static_assert(kCountSize + kPathValuesSize + kMaxPathLength + 1 == kPathRecordLength);
 
 // --- annotations --------------------------------------------------------------------------------
 
-constexpr unsigned int PositionSize = 8; // block index, offset
-constexpr unsigned int RangeSize = 12;   // and a length
-constexpr unsigned int CommentSize = 13; // and the NUL of an empty comment
-constexpr unsigned int BookmarkTypeSize = 1;
+constexpr unsigned int kPositionSize = 8; // block index, offset
+constexpr unsigned int kRangeSize = 12;   // and a length
+constexpr unsigned int kCommentSize = 13; // and the NUL of an empty comment
+constexpr unsigned int kBookmarkTypeSize = 1;
 
 // Room for 56 positions, 39 ranges, or comments of 494 bytes together. A longer comment gets a
 // longer record.
-constexpr unsigned int AnnotationRecordLength = 512;
+constexpr unsigned int kAnnotationRecordLength = 512;
 
 } // namespace QvFormat::QvpFormat

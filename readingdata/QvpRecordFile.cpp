@@ -15,21 +15,21 @@ namespace {
 
 void StoreHeader(unsigned char* header, const Qvp_Node& node) {
     header[0] = static_cast<unsigned char>(node.nType);
-    StoreLE32(header + QvpFormat::RecordIdAt, node.nId);
-    StoreLE32(header + QvpFormat::RecordLengthAt, node.nLength);
+    StoreLE32(header + QvpFormat::kRecordIdAt, node.nId);
+    StoreLE32(header + QvpFormat::kRecordLengthAt, node.nLength);
 }
 
 bool WriteAt(std::FILE* file, long offset, const unsigned char* header, const unsigned char* data,
              std::size_t size) {
     return std::fseek(file, offset, SEEK_SET) == 0 &&
-           std::fwrite(header, QvpFormat::RecordHeaderSize, 1, file) == 1 &&
+           std::fwrite(header, QvpFormat::kRecordHeaderSize, 1, file) == 1 &&
            std::fwrite(data, 1, size, file) == size && std::fflush(file) == 0;
 }
 
 // Whether a record still stands where it was found; another writer may have moved the records.
 bool IsHeaderOf(const unsigned char* header, const Qvp_Node& node) {
-    return LoadLE32(header + QvpFormat::RecordIdAt) == node.nId &&
-           LoadLE32(header + QvpFormat::RecordLengthAt) == node.nLength;
+    return LoadLE32(header + QvpFormat::kRecordIdAt) == node.nId &&
+           LoadLE32(header + QvpFormat::kRecordLengthAt) == node.nLength;
 }
 
 // While it is set, what is written goes to the end, wherever that is by then.
@@ -40,14 +40,14 @@ void SetAppending(std::FILE* file, bool bAppending) {
 } // namespace
 
 bool OverwriteQvpRecord(std::FILE* file, const Qvp_Node& node) {
-    unsigned char oldHeader[QvpFormat::RecordHeaderSize];
+    unsigned char oldHeader[QvpFormat::kRecordHeaderSize];
     if (std::fseek(file, node.nOffset, SEEK_SET) != 0 ||
         std::fread(oldHeader, sizeof oldHeader, 1, file) != 1 || !IsHeaderOf(oldHeader, node))
         return false;
     // Without memory for the old data the record is still written, only not put back on failure.
     const OwnedArray<unsigned char> old = NewArray<unsigned char>(node.nLength);
     const std::size_t oldSize = old ? std::fread(old.get(), 1, node.nLength, file) : 0;
-    unsigned char header[QvpFormat::RecordHeaderSize];
+    unsigned char header[QvpFormat::kRecordHeaderSize];
     StoreHeader(header, node);
     if (WriteAt(file, node.nOffset, header, node.pData, node.nLength))
         return true;
@@ -57,18 +57,18 @@ bool OverwriteQvpRecord(std::FILE* file, const Qvp_Node& node) {
 
 // One write, so that nobody else's record can come between the header and the data.
 bool AppendQvpRecord(std::FILE* file, const Qvp_Node& node, long* offset) {
-    const std::size_t size = QvpFormat::RecordHeaderSize + std::size_t{node.nLength};
+    const std::size_t size = QvpFormat::kRecordHeaderSize + std::size_t{node.nLength};
     const OwnedArray<unsigned char> record = NewArray<unsigned char>(size);
     if (!record || std::ferror(file) || std::fseek(file, 0, SEEK_END) != 0)
         return false;
     const long end = std::ftell(file);
     StoreHeader(record.get(), node);
-    std::copy_n(node.pData, node.nLength, record.get() + QvpFormat::RecordHeaderSize);
+    std::copy_n(node.pData, node.nLength, record.get() + QvpFormat::kRecordHeaderSize);
     SetAppending(file, true);
-    const bool bWritten =
+    const bool isWritten =
         end >= 0 && std::fwrite(record.get(), 1, size, file) == size && std::fflush(file) == 0;
     SetAppending(file, false);
-    if (!bWritten) {
+    if (!isWritten) {
         if (ftruncate(fileno(file), end) == 0)
             std::clearerr(file); // else nothing may follow what is left
         return false;

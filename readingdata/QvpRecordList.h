@@ -53,7 +53,7 @@ inline std::uint32_t BoundedCount(Qvp_Node* node, std::uint32_t capacity) {
 
 // The entries that fit into a record of `length` bytes.
 constexpr std::uint32_t RecordCapacity(std::uint32_t length, std::uint32_t entrySize) {
-    return length < QvpFormat::CountSize ? 0 : (length - QvpFormat::CountSize) / entrySize;
+    return length < QvpFormat::kCountSize ? 0 : (length - QvpFormat::kCountSize) / entrySize;
 }
 
 inline void FreeRecords(Qvp_Node* node) {
@@ -114,7 +114,7 @@ QVRESULT ReplaceRecords(CQvpFile* file, QvpNodeType type, unsigned int fileId, Q
         return QV_E_FAIL;
     Qvp_Node* node = *head;
     for (; node && !entries->Done(); node = node->pNext) {
-        if (node->nLength >= QvpFormat::CountSize)
+        if (node->nLength >= QvpFormat::kCountSize)
             FillRecord(node, type, entries);
     }
     if (!entries->Done())
@@ -128,7 +128,7 @@ QVRESULT ReplaceRecords(CQvpFile* file, QvpNodeType type, unsigned int fileId, Q
 template<typename Visit>
 bool ForEachInUse(Qvp_Node* head, QvpNodeType type, Visit visit) {
     for (Qvp_Node* node = head; node; node = node->pNext) {
-        if (node->nType == type && node->nLength >= QvpFormat::CountSize && !visit(node))
+        if (node->nType == type && node->nLength >= QvpFormat::kCountSize && !visit(node))
             return false;
     }
     return true;

@@ -6,23 +6,24 @@ namespace QvFormat {
 
 bool QvpRecordScan::Take(const unsigned char* header, QvpRecord* record) {
     const long room = m_nEnd - m_nPosition;
-    if (m_bCutOff || room < QvpFormat::RecordHeaderSize)
+    if (m_bCutOff || room < QvpFormat::kRecordHeaderSize)
         return false;
     record->nOffset = m_nPosition;
     record->nType = header[0];
-    record->nId = LoadLE32(header + QvpFormat::RecordIdAt);
-    record->nLength = LoadLE32(header + QvpFormat::RecordLengthAt);
+    record->nId = LoadLE32(header + QvpFormat::kRecordIdAt);
+    record->nLength = LoadLE32(header + QvpFormat::kRecordLengthAt);
     record->bWhole =
-        record->nLength <= static_cast<unsigned long>(room - QvpFormat::RecordHeaderSize);
+        record->nLength <= static_cast<unsigned long>(room - QvpFormat::kRecordHeaderSize);
     if (record->bWhole)
-        m_nPosition += QvpFormat::RecordHeaderSize + static_cast<long>(record->nLength);
+        m_nPosition += QvpFormat::kRecordHeaderSize + static_cast<long>(record->nLength);
     else
         m_bCutOff = true;
     return true;
 }
 
 bool QvpRecordScan::Next(const unsigned char* image, QvpRecord* record) {
-    return m_nEnd - m_nPosition >= QvpFormat::RecordHeaderSize && Take(image + m_nPosition, record);
+    return m_nEnd - m_nPosition >= QvpFormat::kRecordHeaderSize &&
+           Take(image + m_nPosition, record);
 }
 
 } // namespace QvFormat

@@ -38,7 +38,7 @@ public:
 
 protected:
     long m_nEnd;
-    long m_nPosition = QvpFormat::FirstRecordOffset;
+    long m_nPosition = QvpFormat::kFirstRecordOffset;
     bool m_bCutOff = false;
 };
 

@@ -11,13 +11,10 @@ namespace QvFormat {
 
 namespace {
 
-// The id of the book's own records in its reading-data file.
-constexpr unsigned int kFileId = 0xFFFFFFFF;
-
 std::unique_ptr<IBookInfoProxy> BookInfo(IBookInfoEntity* entity) {
     IBookInfoProxy* proxy = nullptr;
     if (entity)
-        entity->GetInfoProxy(&proxy, kFileId);
+        entity->GetInfoProxy(&proxy, kCommonFileId);
     return std::unique_ptr<IBookInfoProxy>(proxy);
 }
 

@@ -220,7 +220,7 @@ struct List : Proxy {
     }
 };
 
-TEST(Abi, FieldsOfTheListedClasses_StandInTheirOrderWithoutGaps) {
+TEST(Abi, FieldsOfTheListedClassesStandInTheirOrderWithoutGaps) {
     FileStream::Check();
     MemoryStream::Check();
     Handler::Check();
@@ -238,7 +238,7 @@ TEST(Abi, FieldsOfTheListedClasses_StandInTheirOrderWithoutGaps) {
     List<CBookPathTableProxyImpl>::Check();
 }
 
-TEST(Abi, OperationsOfReading_HaveTheirSlots) {
+TEST(Abi, OperationsOfReadingHaveTheirSlots) {
     ExpectSlots<IFormatRender>(
         "IFormatRender", &IFormatRender::SetScreenRes, &IFormatRender::GetScreenRes,
         &IFormatRender::SetBoldLevel, &IFormatRender::GetBoldLevel, &IFormatRender::GotoPrevScreen,
@@ -265,7 +265,7 @@ TEST(Abi, OperationsOfReading_HaveTheirSlots) {
         &IQVSequentialStream::Flush, &IQVSequentialStream::Write, &IQVSequentialStream::WriteByte);
 }
 
-TEST(Abi, OperationsOfReadingData_HaveTheirSlots) {
+TEST(Abi, OperationsOfReadingDataHaveTheirSlots) {
     using SaveToPath = QVRESULT (IBookInfoEntity::*)(char const*);
     using SaveToStream = QVRESULT (IBookInfoEntity::*)(IQVSequentialStream*);
     ExpectSlots<IBookInfoEntity>(

@@ -20,7 +20,7 @@ const std::string Numbers("\3\0\0\0\2\1\0\0\4\0\0\0", 12); // block 3, offset 0x
 using CBookAnnotationImplTest = Fixture;
 using CBookAnnotationHelperTest = Fixture;
 
-TEST_F(CBookAnnotationImplTest, EachType_EncodedAndDecoded_TakesItsSizeAndNotAByteLess) {
+TEST_F(CBookAnnotationImplTest, EachTypeEncodedAndDecodedTakesItsSizeAndNotAByteLess) {
     const Note old = {9, 9, 77, "old"}, numbers = {3, 0x102, 4, "old"};
     // Type, comment, bytes, result for the size, decoded, decoded of a byte less.
     const std::tuple<int, std::string, std::string, QVRESULT, Note, Note> rows[] = {
@@ -32,38 +32,38 @@ TEST_F(CBookAnnotationImplTest, EachType_EncodedAndDecoded_TakesItsSizeAndNotABy
     };
     for (const auto& [type, comment, bytes, sizeResult, decoded, decodedOfLess] : rows) {
         CBookAnnotationImpl annotation(static_cast<QvAnnotationType>(type));
-        EXPECT_EQ(QV_E_INVALIDARG, annotation.SetComment(nullptr));
+        EXPECT_EQ(annotation.SetComment(nullptr), QV_E_INVALIDARG);
         Give({3, 0x102, 4, comment}, &annotation);
         const auto size = static_cast<unsigned int>(bytes.size());
         unsigned int dataSize = size;
         EXPECT_EQ(sizeResult, annotation.GetDataSize(&dataSize));
         EXPECT_EQ(size, dataSize);
         std::string buffer(size + 1, '~'), small(size - 1, '~');
-        EXPECT_EQ(QV_S_OK, Encode(annotation, &buffer));
+        EXPECT_EQ(Encode(annotation, &buffer), QV_S_OK);
         EXPECT_EQ(bytes + "~", buffer);
-        EXPECT_EQ(QV_E_INVALIDARG, Encode(annotation, &small)) << type;
+        EXPECT_EQ(Encode(annotation, &small), QV_E_INVALIDARG) << type;
         EXPECT_EQ(std::string(size - 1, '~'), small);
 
         Give(old, &annotation);
-        EXPECT_EQ(QV_E_INVALIDARG, Decode(annotation, bytes.substr(0, size - 1)));
+        EXPECT_EQ(Decode(annotation, bytes.substr(0, size - 1)), QV_E_INVALIDARG);
         EXPECT_EQ(decodedOfLess, Take(annotation)) << type;
-        EXPECT_EQ(QV_S_OK, Decode(annotation, bytes + "tail"));
+        EXPECT_EQ(Decode(annotation, bytes + "tail"), QV_S_OK);
         EXPECT_EQ(decoded, Take(annotation)) << type;
     }
 }
 
-TEST_F(CBookAnnotationHelperTest, BufferForm_NeedsOneByteMoreAndBookmarkTypeZero) {
+TEST_F(CBookAnnotationHelperTest, BufferFormNeedsOneByteMoreAndBookmarkTypeZero) {
     CBookAnnotationImpl annotation(QvAnnotationPosition);
-    ASSERT_EQ(QV_S_OK, Decode(annotation, Numbers));
+    ASSERT_EQ(Decode(annotation, Numbers), QV_S_OK);
     unsigned char buffer[14] = {9, 9};
     const auto save = [&buffer](IBookAnnotation* from, unsigned int size) {
         return CBookAnnotationHelper::SaveAnnotationToBuffer(from, QvAnnotationComment, buffer,
                                                              size);
     };
-    EXPECT_EQ(0, save(nullptr, 9));
-    EXPECT_EQ(0, save(&annotation, 8));
-    EXPECT_EQ(9, buffer[0]);
-    EXPECT_EQ(1, save(&annotation, 9));
+    EXPECT_EQ(save(nullptr, 9), 0);
+    EXPECT_EQ(save(&annotation, 8), 0);
+    EXPECT_EQ(buffer[0], 9);
+    EXPECT_EQ(save(&annotation, 9), 1);
     EXPECT_EQ('\0' + Numbers.substr(0, 8), std::string(buffer, buffer + 9));
 
     const std::tuple<unsigned char, unsigned int, int, bool> rows[] = {
@@ -76,7 +76,7 @@ TEST_F(CBookAnnotationHelperTest, BufferForm_NeedsOneByteMoreAndBookmarkTypeZero
             create(buffer, size, static_cast<QvAnnotationType>(type)));
         EXPECT_EQ(isCreated, created != nullptr) << size << " of type " << type;
     }
-    EXPECT_EQ(nullptr, create(nullptr, 9, QvAnnotationPosition));
+    EXPECT_EQ(create(nullptr, 9, QvAnnotationPosition), nullptr);
 }
 
 class AnnotationListTest : public Fixture {
@@ -88,45 +88,45 @@ protected:
     // Of a list that is there.
     std::vector<Note> Notes(QvAnnotationType type) {
         const auto [result, notes] = GetBy<CBookAnnotationListProxy>(*m_pFile, 1, type);
-        EXPECT_EQ(QV_S_OK, result);
+        EXPECT_EQ(result, QV_S_OK);
         return notes;
     }
 };
 
-TEST_F(AnnotationListTest, LongCommentBeforeReusedRecords_PassesThemOverAndGetsItsOwn) {
+TEST_F(AnnotationListTest, LongCommentBeforeReusedRecordsPassesThemOverAndGetsItsOwn) {
     Reopen();
     const std::vector<Note> small = {{1, 2, 3, "a"}, {4, 5, 6, ""}};
-    EXPECT_EQ(QV_S_OK, SetNotes(small));
-    EXPECT_EQ("7*512(2) ", Shape());
+    EXPECT_EQ(SetNotes(small), QV_S_OK);
+    EXPECT_EQ(Shape(), "7*512(2) ");
     const std::vector<Note> large = {{7, 8, 9, std::string(100000, 'L')}, {1, 1, 1, "after"}};
-    EXPECT_EQ(QV_S_OK, SetNotes(large));
-    EXPECT_EQ("7*512(0) 7*100018(1) 7*512(1) ", Shape());
+    EXPECT_EQ(SetNotes(large), QV_S_OK);
+    EXPECT_EQ(Shape(), "7*512(0) 7*100018(1) 7*512(1) ");
     Reopen();
     EXPECT_EQ(large, Notes(QvAnnotationComment));
-    EXPECT_EQ(QV_S_OK, SetNotes(small));
-    EXPECT_EQ("7*512(2) 0*100018(1) 0*512(1) ", Shape());
-    EXPECT_EQ(QV_S_OK, SetNotes({}));
-    EXPECT_EQ(QV_E_FAIL, GetBy<CBookAnnotationListProxy>(*m_pFile, 1, QvAnnotationComment).first);
+    EXPECT_EQ(SetNotes(small), QV_S_OK);
+    EXPECT_EQ(Shape(), "7*512(2) 0*100018(1) 0*512(1) ");
+    EXPECT_EQ(SetNotes({}), QV_S_OK);
+    EXPECT_EQ(GetBy<CBookAnnotationListProxy>(*m_pFile, 1, QvAnnotationComment).first, QV_E_FAIL);
 }
 
-TEST_F(AnnotationListTest, Arguments_Refused_ChangeNothing) {
+TEST_F(AnnotationListTest, ArgumentsRefusedChangeNothing) {
     Reopen();
-    EXPECT_EQ(QV_S_OK, SetNotes({{1, 2, 3, "a"}}));
+    EXPECT_EQ(SetNotes({{1, 2, 3, "a"}}), QV_S_OK);
     CBookAnnotationListProxy proxy(m_pFile.get(), 1);
     CBookAnnotationImpl mixed[] = {CBookAnnotationImpl(QvAnnotationComment),
                                    CBookAnnotationImpl(QvAnnotationPosition)};
     const auto third = static_cast<QvAnnotationType>(3);
     IBookAnnotation* list = mixed;
-    EXPECT_EQ(QV_E_INVALIDARG, proxy.SetAnnotationList(QvAnnotationComment, mixed, 2));
-    EXPECT_EQ(QV_E_INVALIDARG, proxy.SetAnnotationList(third, nullptr, 0));
-    EXPECT_EQ(QV_E_INVALIDARG, proxy.GetAnnotationList(third, &list, nullptr));
-    EXPECT_EQ(nullptr, list);
-    EXPECT_EQ(QV_E_FAIL, proxy.GetAnnotationList(QvAnnotationPosition, &list, nullptr));
+    EXPECT_EQ(proxy.SetAnnotationList(QvAnnotationComment, mixed, 2), QV_E_INVALIDARG);
+    EXPECT_EQ(proxy.SetAnnotationList(third, nullptr, 0), QV_E_INVALIDARG);
+    EXPECT_EQ(proxy.GetAnnotationList(third, &list, nullptr), QV_E_INVALIDARG);
+    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(proxy.GetAnnotationList(QvAnnotationPosition, &list, nullptr), QV_E_FAIL);
     EXPECT_EQ((std::vector<Note>{{1, 2, 3, "a"}}), Notes(QvAnnotationComment));
-    EXPECT_EQ(nullptr, CBookAnnotationListProxy::NewList(third, 1));
+    EXPECT_EQ(CBookAnnotationListProxy::NewList(third, 1), nullptr);
 }
 
-TEST_F(AnnotationListTest, DamagedRecords_Read_PassOverWhatIsDamagedAndKeepWithinTheRecord) {
+TEST_F(AnnotationListTest, DamagedRecordsReadPassOverWhatIsDamagedAndKeepWithinTheRecord) {
     const std::string good = '\0' + Numbers, foreign = '\1' + Numbers;
     WriteAndOpen(
         {{6, 1, Le32(9) + good + foreign + good},

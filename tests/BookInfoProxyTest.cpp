@@ -16,36 +16,36 @@ protected:
 
     // An operation succeeded and marked the record, which now has these data.
     void ExpectWritten(QVRESULT result, const std::string& data) {
-        EXPECT_EQ(QV_S_OK, result);
-        EXPECT_EQ(QV_S_OK, m_pFile->Flush());
+        EXPECT_EQ(result, QV_S_OK);
+        EXPECT_EQ(m_pFile->Flush(), QV_S_OK);
         EXPECT_EQ(FileOf({{1, 1, data}}), Read());
     }
 
     std::unique_ptr<IBookInfoProxy> m_pProxy;
 };
 
-TEST_F(BookInfoProxyTest, NoRecord_Getters_FailAndCreateNothing_FirstSetterAppendsTheRecord) {
+TEST_F(BookInfoProxyTest, NoRecordGettersFailAndCreateNothingFirstSetterAppendsTheRecord) {
     IBookInfoProxy& proxy = Proxy();
     for (const StringField& field : StringFields)
-        EXPECT_EQ("failed", Get(proxy, field.get)) << field.name;
-    EXPECT_EQ(QV_E_FAIL, Get(proxy).first);
-    EXPECT_EQ("", Shape());
+        EXPECT_EQ(Get(proxy, field.get), "failed") << field.name;
+    EXPECT_EQ(Get(proxy).first, QV_E_FAIL);
+    EXPECT_EQ(Shape(), "");
     const std::string data = EmptyInfo().replace(ProgressAt, 4, "\1\2\3\4");
     ExpectWritten(proxy.SetReadingProgress(0x04030201), data);
-    EXPECT_EQ("", Get(proxy, &IBookInfoProxy::GetBookName));
-    EXPECT_EQ("failed", Get(proxy, &IBookInfoProxy::GetLatestSection));
+    EXPECT_EQ(Get(proxy, &IBookInfoProxy::GetBookName), "");
+    EXPECT_EQ(Get(proxy, &IBookInfoProxy::GetLatestSection), "failed");
     EXPECT_EQ(std::pair(QV_S_OK, Note(0, 0, 0, "")), Get(proxy));
 }
 
-TEST_F(BookInfoProxyTest, EveryField_SetFlushedAndReopened_HasItsBytesAndComesBack) {
+TEST_F(BookInfoProxyTest, EveryFieldSetFlushedAndReopenedHasItsBytesAndComesBack) {
     IBookInfoProxy* proxy = &Proxy();
     std::string data = EmptyInfo();
     for (const StringField& field : StringFields) {
         const std::string longest(field.capacity - 1, field.name[0]);
         data.replace(field.offset + 4, longest.size(), longest);
         ExpectWritten((proxy->*field.set)(longest.c_str(), field.capacity - 1), data);
-        EXPECT_EQ(QV_E_INVALIDARG, (proxy->*field.set)(longest.c_str(), field.capacity));
-        EXPECT_EQ(QV_E_INVALIDARG, (proxy->*field.set)("", 0xFFFFFFFF));
+        EXPECT_EQ((proxy->*field.set)(longest.c_str(), field.capacity), QV_E_INVALIDARG);
+        EXPECT_EQ((proxy->*field.set)("", 0xFFFFFFFF), QV_E_INVALIDARG);
     }
     data.replace(1128 + 4, 6, std::string("ab\0\0\0\0", 6)); // the ISBN, cut at its NUL
     ExpectWritten(proxy->SetISBN("ab\0cd", 5), data);
@@ -66,17 +66,17 @@ TEST_F(BookInfoProxyTest, EveryField_SetFlushedAndReopened_HasItsBytesAndComesBa
     QvBookSource source = QvBookSourceDefault;
     int serialized = 0;
     unsigned int progress = 0;
-    EXPECT_EQ(QV_S_OK, proxy->GetBookSource(&source));
-    EXPECT_EQ(QV_S_OK, proxy->GetIsSerialized(&serialized));
-    EXPECT_EQ(QV_S_OK, proxy->GetReadingProgress(&progress));
+    EXPECT_EQ(proxy->GetBookSource(&source), QV_S_OK);
+    EXPECT_EQ(proxy->GetIsSerialized(&serialized), QV_S_OK);
+    EXPECT_EQ(proxy->GetReadingProgress(&progress), QV_S_OK);
     EXPECT_EQ(std::tuple(0xFE, 1, 0xFCFDFEFF), std::tuple(int{source}, serialized, progress));
     EXPECT_EQ(std::pair(QV_S_OK, Note(0x0A0B0C0D, 0x102, 0, "")), Get(*proxy));
     data[SerializedAt] = 0;
     ExpectWritten(proxy->SetIsSerialized(0), data);
-    EXPECT_EQ("failed", Get(*proxy, &IBookInfoProxy::GetLatestSection));
+    EXPECT_EQ(Get(*proxy, &IBookInfoProxy::GetLatestSection), "failed");
 }
 
-TEST_F(BookInfoProxyTest, OtherCapacitiesStringWithoutEndForeignBookmark_OthersStillRead) {
+TEST_F(BookInfoProxyTest, OtherCapacitiesStringWithoutEndForeignBookmarkOthersStillRead) {
     std::string data = EmptyInfo().replace(0, 204, Le32(300) + std::string(300, 'x')) + "more";
     data.replace(204 + 100 + 4, 3, "Ann");
     data[BookmarkAt + 100 + 4] = 1;
@@ -84,26 +84,26 @@ TEST_F(BookInfoProxyTest, OtherCapacitiesStringWithoutEndForeignBookmark_OthersS
     data.replace(2290 + 100 + 4, 2, "42");
     Write(FileOf({{1, 1, data}, {1, 1, "a second record is not used"}}));
     IBookInfoProxy& proxy = Proxy();
-    EXPECT_EQ("failed", Get(proxy, &IBookInfoProxy::GetBookName));
-    EXPECT_EQ("Ann", Get(proxy, &IBookInfoProxy::GetAuthorName));
-    EXPECT_EQ("42", Get(proxy, &IBookInfoProxy::GetLatestSection));
-    EXPECT_EQ(QV_S_OK, proxy.SetBookName(std::string(299, 'n').c_str(), 299));
+    EXPECT_EQ(Get(proxy, &IBookInfoProxy::GetBookName), "failed");
+    EXPECT_EQ(Get(proxy, &IBookInfoProxy::GetAuthorName), "Ann");
+    EXPECT_EQ(Get(proxy, &IBookInfoProxy::GetLatestSection), "42");
+    EXPECT_EQ(proxy.SetBookName(std::string(299, 'n').c_str(), 299), QV_S_OK);
     int serialized = 0;
-    EXPECT_EQ(QV_S_OK, proxy.GetIsSerialized(&serialized));
-    EXPECT_EQ(1, serialized);
+    EXPECT_EQ(proxy.GetIsSerialized(&serialized), QV_S_OK);
+    EXPECT_EQ(serialized, 1);
 
     CBookAnnotationImpl note(QvAnnotationComment);
     IBookAnnotation* bookmark = &note;
-    EXPECT_EQ(QV_E_FAIL, proxy.GetReadingBookmark(&bookmark));
-    EXPECT_EQ(nullptr, bookmark);
+    EXPECT_EQ(proxy.GetReadingBookmark(&bookmark), QV_E_FAIL);
+    EXPECT_EQ(bookmark, nullptr);
     Give({3, 0, 0, "123456"}, &note); // 14 bytes and the text: 20
-    EXPECT_EQ(QV_S_OK, proxy.SetReadingBookmark(&note));
+    EXPECT_EQ(proxy.SetReadingBookmark(&note), QV_S_OK);
     Give({4, 0, 0, "1234567"}, &note);
-    EXPECT_EQ(QV_E_FAIL, proxy.SetReadingBookmark(&note));
+    EXPECT_EQ(proxy.SetReadingBookmark(&note), QV_E_FAIL);
     EXPECT_EQ(std::pair(QV_S_OK, Note(3, 0, 0, "")), Get(proxy));
 }
 
-TEST_F(BookInfoProxyTest, DamagedRecord_EveryOperationFailsAndTheRecordStays) {
+TEST_F(BookInfoProxyTest, DamagedRecordEveryOperationFailsAndTheRecordStays) {
     std::vector<std::string> damaged = {
         EmptyInfo().replace(0, 4, Le32(0)), EmptyInfo().replace(BookmarkAt, 4, Le32(0xFFFFFFFF)),
         EmptyInfo().replace(1128, 4, Le32(0xFFFFFFFC)), EmptyInfo().substr(0, 2805)};
@@ -113,9 +113,9 @@ TEST_F(BookInfoProxyTest, DamagedRecord_EveryOperationFailsAndTheRecordStays) {
         WriteAndOpen({{1, 1, data}});
         CBookInfoProxyImpl proxy(m_pFile.get(), 1);
         for (int i = 0; i < 2; ++i) {
-            EXPECT_EQ("failed", Get(proxy, &IBookInfoProxy::GetBookName));
-            EXPECT_EQ(QV_E_FAIL, proxy.SetReadingProgress(1));
-            EXPECT_EQ(QV_E_FAIL, proxy.SetBookName("a", 1));
+            EXPECT_EQ(Get(proxy, &IBookInfoProxy::GetBookName), "failed");
+            EXPECT_EQ(proxy.SetReadingProgress(1), QV_E_FAIL);
+            EXPECT_EQ(proxy.SetBookName("a", 1), QV_E_FAIL);
         }
         ExpectWritten(QV_S_OK, data);
     }

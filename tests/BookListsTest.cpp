@@ -23,33 +23,33 @@ protected:
         std::vector<Path> list;
         for (unsigned int i = 0; i < paths.size(); ++i)
             list.emplace_back(i, 2 * i, paths[i]);
-        EXPECT_EQ(QV_S_OK, SetBy<CBookPathTableProxyImpl>(*m_pFile, 1, list));
+        EXPECT_EQ(SetBy<CBookPathTableProxyImpl>(*m_pFile, 1, list), QV_S_OK);
         EXPECT_EQ(std::pair(QV_S_OK, list), GetPaths());
     }
 };
 
-TEST_F(BookListsTest, Index_GrownShrunkAndGrownAgain_ReusesItsRecords) {
+TEST_F(BookListsTest, IndexGrownShrunkAndGrownAgainReusesItsRecords) {
     Reopen();
     const std::pair none(QV_E_FAIL, Indexes());
     EXPECT_EQ(none, GetIndex());
-    EXPECT_EQ(QV_S_OK, SetIndex({}));
+    EXPECT_EQ(SetIndex({}), QV_S_OK);
     EXPECT_EQ(none, GetIndex());
-    EXPECT_EQ(QV_S_OK, SetIndex(Indexes(450, -1)));
-    EXPECT_EQ("3*804(200) 3*804(200) 3*804(50) ", Shape());
-    EXPECT_EQ(QV_S_OK, SetIndex(Indexes(150, -2)));
-    EXPECT_EQ("3*804(150) 0*804(200) 0*804(50) ", Shape());
-    EXPECT_EQ(QV_S_OK, SetIndex(Indexes(450, -3)));
+    EXPECT_EQ(SetIndex(Indexes(450, -1)), QV_S_OK);
+    EXPECT_EQ(Shape(), "3*804(200) 3*804(200) 3*804(50) ");
+    EXPECT_EQ(SetIndex(Indexes(150, -2)), QV_S_OK);
+    EXPECT_EQ(Shape(), "3*804(150) 0*804(200) 0*804(50) ");
+    EXPECT_EQ(SetIndex(Indexes(450, -3)), QV_S_OK);
     Reopen();
-    EXPECT_EQ("3*804(200) 3*804(200) 3*804(50) ", Shape());
+    EXPECT_EQ(Shape(), "3*804(200) 3*804(200) 3*804(50) ");
     EXPECT_EQ(std::pair(QV_S_OK, Indexes(450, -3)), GetIndex());
-    EXPECT_EQ(QV_S_OK, SetIndex({}));
+    EXPECT_EQ(SetIndex({}), QV_S_OK);
     EXPECT_EQ(std::pair(QV_S_OK, Indexes()), GetIndex());
-    EXPECT_EQ("0*804(200) 0*804(200) 0*804(50) ", Shape());
+    EXPECT_EQ(Shape(), "0*804(200) 0*804(200) 0*804(50) ");
     Reopen();
     EXPECT_EQ(none, GetIndex());
 }
 
-TEST_F(BookListsTest, StoredCountAboveCapacity_IsLoweredInTheRecordWithoutMarkingIt) {
+TEST_F(BookListsTest, StoredCountAboveCapacityIsLoweredInTheRecordWithoutMarkingIt) {
     const std::vector<Record> records = {{3, 1, Le32(250) + std::string(800, '\1')},
                                          {3, 1, Le32(9) + "abc"},
                                          {3, 1, "ab"},
@@ -58,27 +58,27 @@ TEST_F(BookListsTest, StoredCountAboveCapacity_IsLoweredInTheRecordWithoutMarkin
     WriteAndOpen(records);
     EXPECT_EQ(std::pair(QV_S_OK, Indexes(200, 0x01010101)), GetIndex());
     EXPECT_EQ(std::pair(QV_S_OK, Strings(2)), GetTags());
-    EXPECT_EQ(QV_S_OK, m_pFile->Flush());
+    EXPECT_EQ(m_pFile->Flush(), QV_S_OK);
     EXPECT_EQ(records, Records());
     Qvp_Node* head = nullptr;
-    ASSERT_EQ(QV_S_OK, m_pFile->AttachNodeList(QvpNodeIndexList, 1, &head));
+    ASSERT_EQ(m_pFile->AttachNodeList(QvpNodeIndexList, 1, &head), QV_S_OK);
     EXPECT_EQ(Le32(200), std::string(head->pData, head->pData + 4));
 
-    EXPECT_EQ(QV_S_OK, SetIndex(Indexes(201, 7))); // short records take none
+    EXPECT_EQ(SetIndex(Indexes(201, 7)), QV_S_OK); // short records take none
     EXPECT_EQ(std::pair(QV_S_OK, Indexes(201, 7)), GetIndex());
-    EXPECT_EQ(QV_S_OK, m_pFile->Flush());
+    EXPECT_EQ(m_pFile->Flush(), QV_S_OK);
     EXPECT_EQ(records[2], Records()[2]);
 }
 
-TEST_F(BookListsTest, Tags_OfUpTo49Bytes_FillSlotsAndLeaveTheRestOfThem) {
+TEST_F(BookListsTest, TagsOfUpTo49BytesFillSlotsAndLeaveTheRestOfThem) {
     Reopen();
     const std::string longest(49, 't');
-    EXPECT_EQ(QV_S_OK, SetTags(Strings(11, longest)));
-    EXPECT_EQ(QV_E_INVALIDARG, SetTags({"fine", longest + "t"}));
-    EXPECT_EQ("4*504(10) 4*504(1) ", Shape());
+    EXPECT_EQ(SetTags(Strings(11, longest)), QV_S_OK);
+    EXPECT_EQ(SetTags({"fine", longest + "t"}), QV_E_INVALIDARG);
+    EXPECT_EQ(Shape(), "4*504(10) 4*504(1) ");
     EXPECT_EQ(std::pair(QV_S_OK, Strings(11, longest)), GetTags());
-    EXPECT_EQ(QV_S_OK, SetTags({"", "b"}));
-    EXPECT_EQ("4*504(2) 0*504(1) ", Shape());
+    EXPECT_EQ(SetTags({"", "b"}), QV_S_OK);
+    EXPECT_EQ(Shape(), "4*504(2) 0*504(1) ");
     std::string data = Records()[0].data;
     EXPECT_EQ('\0' + longest.substr(1) + '\0' + "b" + '\0' + "tt", data.substr(4, 54));
 
@@ -86,28 +86,28 @@ TEST_F(BookListsTest, Tags_OfUpTo49Bytes_FillSlotsAndLeaveTheRestOfThem) {
     EXPECT_EQ(std::pair(QV_S_OK, Strings{"b"}), GetTags()) << "a tag without end is passed over";
 }
 
-TEST_F(BookListsTest, Paths_ArePackedInOrder) {
+TEST_F(BookListsTest, PathsArePackedInOrder) {
     Reopen();
     EXPECT_EQ(std::pair(QV_E_FAIL, std::vector<Path>()), GetPaths());
     SetPaths({std::string(499, 'p')});
-    EXPECT_EQ("2*512(1) ", Shape());
+    EXPECT_EQ(Shape(), "2*512(1) ");
     SetPaths({std::string(300, 'p'), std::string(300, 'q')});
-    EXPECT_EQ("2*512(1) 2*512(1) ", Shape());
+    EXPECT_EQ(Shape(), "2*512(1) 2*512(1) ");
     SetPaths({std::string(300, 'p'), std::string(190, 'q'), "r", ""});
-    EXPECT_EQ("2*512(2) 2*512(2) ", Shape());
+    EXPECT_EQ(Shape(), "2*512(2) 2*512(2) ");
     SetPaths({"", "a"});
-    EXPECT_EQ("2*512(2) 0*512(2) ", Shape());
+    EXPECT_EQ(Shape(), "2*512(2) 0*512(2) ");
     const std::vector<Path> tooLong = {{1, 2, "fine"}, {1, 2, std::string(500, 'p')}};
-    EXPECT_EQ(QV_E_INVALIDARG, SetBy<CBookPathTableProxyImpl>(*m_pFile, 1, tooLong));
-    EXPECT_EQ("2*512(2) 0*512(2) ", Shape());
+    EXPECT_EQ(SetBy<CBookPathTableProxyImpl>(*m_pFile, 1, tooLong), QV_E_INVALIDARG);
+    EXPECT_EQ(Shape(), "2*512(2) 0*512(2) ");
 
     // Records that hold little are closed at the first path that does not fit.
     WriteAndOpen({{2, 5, std::string(12, 'x')}, {2, 7, std::string(16, 'x')}});
     SetPaths({"abc", "a", ""});
-    EXPECT_EQ("2*12(0) 2*16(1) 2*512(2) ", Shape());
+    EXPECT_EQ(Shape(), "2*12(0) 2*16(1) 2*512(2) ");
 }
 
-TEST_F(BookListsTest, DamagedPathTables_FailAndHandOutNothing) {
+TEST_F(BookListsTest, DamagedPathTablesFailAndHandOutNothing) {
     const std::string item = Le32(1) + Le32(2) + "p" + '\0', bare = item.substr(0, 8);
     const Path path = {1, 2, "p"};
     const std::tuple<const char*, std::string, std::string, QVRESULT, std::vector<Path>> rows[] = {
@@ -130,7 +130,7 @@ TEST_F(BookListsTest, DamagedPathTables_FailAndHandOutNothing) {
     }
 }
 
-TEST_F(BookListsTest, EveryProxy_WithoutContainerOrPointer_RefusesInThatOrder) {
+TEST_F(BookListsTest, EveryProxyWithoutContainerOrPointerRefusesInThatOrder) {
     Reopen();
     for (CQvpFile* file : {static_cast<CQvpFile*>(nullptr), m_pFile.get()}) {
         CBookIndexProxyImpl index(file, 1);
@@ -158,12 +158,12 @@ TEST_F(BookListsTest, EveryProxy_WithoutContainerOrPointer_RefusesInThatOrder) {
             EXPECT_EQ(file ? QV_E_INVALIDARG : QV_E_NOTREADY, result) << &result - results;
     }
     char* noTag = nullptr;
-    EXPECT_EQ(QV_E_INVALIDARG, CBookTagProxyImpl(m_pFile.get(), 1).SetTagList(&noTag, 1));
+    EXPECT_EQ(CBookTagProxyImpl(m_pFile.get(), 1).SetTagList(&noTag, 1), QV_E_INVALIDARG);
     QvpPathItem noPath = {1, 2, nullptr};
-    EXPECT_EQ(QV_E_INVALIDARG, CBookPathTableProxyImpl(m_pFile.get(), 1).SetPathTable(&noPath, 1));
+    EXPECT_EQ(CBookPathTableProxyImpl(m_pFile.get(), 1).SetPathTable(&noPath, 1), QV_E_INVALIDARG);
     CQvpFile closed;
-    EXPECT_EQ(QV_S_OK, Fixture::SetIndex(closed, 1, {}));
-    EXPECT_EQ(QV_E_FAIL, Fixture::SetIndex(closed, 1, {1}));
+    EXPECT_EQ(Fixture::SetIndex(closed, 1, {}), QV_S_OK);
+    EXPECT_EQ(Fixture::SetIndex(closed, 1, {1}), QV_E_FAIL);
 }
 
 } // namespace

@@ -9,7 +9,7 @@ using namespace QvFormat;
 
 namespace {
 
-TEST(LittleEndian, IntegerWithHighBitsSet_HasItsLowByteFirstAtAnyAlignment) {
+TEST(LittleEndian, IntegerWithHighBitsSetHasItsLowByteFirstAtAnyAlignment) {
     unsigned char bytes[7] = {};
     StoreLE32(bytes + 1, 0x8091A2F3);
     StoreLE16(bytes + 5, 0xC4D5);

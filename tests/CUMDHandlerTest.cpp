@@ -155,7 +155,7 @@ public:
 
 // --- what a sequence of nodes gives -------------------------------------------------------------
 
-TEST(CUMDHandler, NodesOfEachKind_AreTakenSkippedEndTheParseOrFailIt) {
+TEST(CUMDHandler, NodesOfEachKindAreTakenSkippedEndTheParseOrFailIt) {
     std::string many = run;
     for (int i = 0; i < 201; ++i)
         many += Data(i, "xy");
@@ -215,7 +215,7 @@ std::string Text(std::size_t size) {
     return text;
 }
 
-TEST(CUMDHandler, ChunkOfAnySize_ComesInTheSmallestBufferOfWholeSteps) {
+TEST(CUMDHandler, ChunkOfAnySizeComesInTheSmallestBufferOfWholeSteps) {
     const std::size_t sizes[][2] = {{0, 33792},     {33792, 33792}, {33793, 44032},
                                     {44032, 44032}, {44033, 54272}, {100000000, 100000768}};
     for (const auto& [size, buffer] : sizes) {
@@ -227,7 +227,7 @@ TEST(CUMDHandler, ChunkOfAnySize_ComesInTheSmallestBufferOfWholeSteps) {
     }
 }
 
-TEST(CUMDHandler, ChunkThatIsNoWholeStream_IsLost) {
+TEST(CUMDHandler, ChunkThatIsNoWholeStreamIsLost) {
     const std::string small = Deflated(Text(100)), large = Deflated(Text(50000));
     for (const std::string& node :
          {Data(1, ""), Data(1, "\x78\xBB\0\0\0\1"s), // asks for a preset dictionary
@@ -254,7 +254,7 @@ std::string Example() {
     return file;
 }
 
-TEST(CUMDHandler, ExampleOfTheDocument_ParsesAsTheDocumentSays) {
+TEST(CUMDHandler, ExampleOfTheDocumentParsesAsTheDocumentSays) {
     Handler book(Example());
     EXPECT_EQ(book.Strings(), u"茶經|陸羽|780|3|21|茶|陸|A|");
     EXPECT_EQ(book.GetContentLength(), 24);
@@ -264,7 +264,7 @@ TEST(CUMDHandler, ExampleOfTheDocument_ParsesAsTheDocumentSays) {
     EXPECT_EQ(book.Chapters(), " 0:\0 22:\x4B\x90"s); // the titles' low bytes
 }
 
-TEST(CUMDHandler, ChapterThatIsNotThere_HasNeitherTitleNorOffset) {
+TEST(CUMDHandler, ChapterThatIsNotThereHasNeitherTitleNorOffset) {
     const std::string file = "any4" + table + titles + Data(2, "\2A\0\0"s);
     Handler book(file), failed(file + Function(1, "\2"));
     EXPECT_EQ(failed.GetChapterCount(), 0);
@@ -274,7 +274,7 @@ TEST(CUMDHandler, ChapterThatIsNotThere_HasNeitherTitleNorOffset) {
     }
 }
 
-TEST(CUMDHandler, BookCutOffAnywhere_KeepsAllThatStandsBeforeTheCut) {
+TEST(CUMDHandler, BookCutOffAnywhereKeepsAllThatStandsBeforeTheCut) {
     const std::string file = Example();
     Handler whole(file);
     for (std::size_t size = 0; size < file.size(); ++size) {
@@ -303,7 +303,7 @@ void ExpectNothingWrong(Handler& book, Handler& whole) {
     }
 }
 
-TEST(CUMDHandler, BookWithAnyBitFlipped_AnswersAndGivesNoWrongText) {
+TEST(CUMDHandler, BookWithAnyBitFlippedAnswersAndGivesNoWrongText) {
     const std::string file = Example();
     Handler whole(file);
     for (std::size_t bit = 0; bit < 8 * file.size(); ++bit) {
@@ -315,7 +315,7 @@ TEST(CUMDHandler, BookWithAnyBitFlipped_AnswersAndGivesNoWrongText) {
     }
 }
 
-TEST(CUMDHandler, StreamThatFailsAtAnyOperation_GivesNothingWrong) {
+TEST(CUMDHandler, StreamThatFailsAtAnyOperationGivesNothingWrong) {
     EXPECT_EQ(CUMDHandler(nullptr).GetChunkCount(), 0);
     Handler whole(Example());
     for (int count : {1, INT_MAX}) {

@@ -12,8 +12,8 @@ using namespace std::string_literals;
 
 namespace {
 
-constexpr int g_nDiscard = 1;
-constexpr int g_nTransliterate = 2;
+constexpr int kDiscard = 1;
+constexpr int kTransliterate = 2;
 
 // The converted bytes, "failed" or "invalid". The output buffer has exactly `room` bytes.
 std::string Convert(int to, int from, const std::string& in, int flags, unsigned int room = 64) {
@@ -21,7 +21,7 @@ std::string Convert(int to, int from, const std::string& in, int flags, unsigned
     unsigned long written = 12345;
     const QVRESULT result = CUtility::ConvertEncoding(
         CharsetEncoding(to), CharsetEncoding(from), in.data(), static_cast<unsigned int>(in.size()),
-        out.get(), room, &written, flags & g_nDiscard, flags & g_nTransliterate);
+        out.get(), room, &written, flags & kDiscard, flags & kTransliterate);
     if (result == QV_S_OK)
         return std::string(out.get(), written);
     EXPECT_EQ(written, 12345u);
@@ -64,8 +64,8 @@ TEST(Encodings, UnknownValueStandsForTheLocale) {
     std::setlocale(LC_CTYPE, "C");
     EXPECT_EQ(Convert(CharsetUTF16LE, 0, "ab", 0), "a\0b\0"s);
     // A fullwidth question mark has a form; a character without one must not become "?".
-    EXPECT_EQ(Convert(0, CharsetUTF8, "\xEF\xBC\x9F!", g_nTransliterate), "?!");
-    EXPECT_EQ(Convert(0, CharsetUTF8, "A\xE4\xB8\xAD", g_nTransliterate), "failed");
+    EXPECT_EQ(Convert(0, CharsetUTF8, "\xEF\xBC\x9F!", kTransliterate), "?!");
+    EXPECT_EQ(Convert(0, CharsetUTF8, "A\xE4\xB8\xAD", kTransliterate), "failed");
     std::setlocale(LC_CTYPE, before.c_str());
 }
 
@@ -101,7 +101,7 @@ TEST(ConvertEncoding, DamagedInputFailsOrIsLeftOutAndCutInputFailsEitherWay) {
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.in));
         EXPECT_EQ(Convert(CharsetUTF8, row.from, row.in, 0), row.strict);
-        EXPECT_EQ(Convert(CharsetUTF8, row.from, row.in, g_nDiscard), row.discarding);
+        EXPECT_EQ(Convert(CharsetUTF8, row.from, row.in, kDiscard), row.discarding);
     }
 }
 
@@ -113,7 +113,7 @@ TEST(ConvertEncoding, CharacterTheTargetLacksIsReplacedDroppedOrRefused) {
                 {"\xED\x95\x9C?", {"failed", "?", "failed", "?"}},
                 {"\xC2\xAB\x80\xC2\xAB", {"failed", "", "failed", "<<<<"}}};
     for (const auto& row : rows) {
-        for (int flags = 0; flags <= (g_nDiscard | g_nTransliterate); ++flags)
+        for (int flags = 0; flags <= (kDiscard | kTransliterate); ++flags)
             EXPECT_EQ(Convert(CharsetBig5, CharsetUTF8, row.in, flags), row.out[flags]) << flags;
     }
 }
@@ -121,10 +121,10 @@ TEST(ConvertEncoding, CharacterTheTargetLacksIsReplacedDroppedOrRefused) {
 TEST(ConvertEncoding, RoomMustHoldTheWholeOutput) {
     const std::string in = "Y\0\x2D\x4E\x1E\xDD\x34\xD8\x1E\xDD"s;
     for (unsigned int room = 0; room <= 8; ++room)
-        EXPECT_EQ(Convert(CharsetUTF8, CharsetUTF16LE, in, g_nDiscard, room),
+        EXPECT_EQ(Convert(CharsetUTF8, CharsetUTF16LE, in, kDiscard, room),
                   room < 8 ? "failed" : "Y\xE4\xB8\xAD\xF0\x9D\x84\x9E");
-    EXPECT_EQ(Convert(CharsetBig5, CharsetUTF8, "Y\xC2\xAB", g_nTransliterate, 2), "failed");
-    EXPECT_EQ(Convert(CharsetBig5, CharsetUTF8, "Y\xC2\xAB", g_nTransliterate, 3), "Y<<");
+    EXPECT_EQ(Convert(CharsetBig5, CharsetUTF8, "Y\xC2\xAB", kTransliterate, 2), "failed");
+    EXPECT_EQ(Convert(CharsetBig5, CharsetUTF8, "Y\xC2\xAB", kTransliterate, 3), "Y<<");
 }
 
 TEST(Strings, EndWithComparesFromTheEnd) {

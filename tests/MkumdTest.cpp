@@ -46,7 +46,7 @@ public:
     }
 };
 
-TEST(BookFromTextTest, Texts_GiveTheirChapters) {
+TEST(BookFromTextTest, TextsGiveTheirChapters) {
     using Chapters = std::vector<std::pair<std::u16string, std::u16string>>;
     const std::tuple<std::string, Chapters> cases[] = {
         {"", {}},
@@ -66,7 +66,7 @@ TEST(BookFromTextTest, Texts_GiveTheirChapters) {
     }
 }
 
-TEST(BookFromTextTest, FieldsInFront_FillTheBookAndLeaveTheText) {
+TEST(BookFromTextTest, FieldsInFrontFillTheBookAndLeaveTheText) {
     const Book book = umdbook::BookFromText("title: T: t\nauthor: 甲\nyear: 1\nmonth: 2\nday: 3\n"
                                             "genre: g\npublisher: p\nvendor: v\n\nday: text\n");
     EXPECT_EQ(std::tie(book.title, book.author, book.year, book.month, book.day, book.genre,
@@ -85,7 +85,7 @@ TEST(Utf8Test, CharactersOfEachSizeSurviveBothWaysAndNothingElseDoes) {
     EXPECT_EQ(umdbook::ToUtf8({0xDC00, u'a', 0xD800}), "\xEF\xBF\xBD\x61\xEF\xBF\xBD");
 }
 
-TEST(RepeatedTest, Book_GrowsByNumberedChaptersToTheSizeAsked) {
+TEST(RepeatedTest, BookGrowsByNumberedChaptersToTheSizeAsked) {
     const Book book = umdbook::BookFromText("title: T\n\n# A\n# B\n");
     const Book repeated = umdbook::Repeated(book, 31); // a chapter has 10 bytes
     EXPECT_EQ(repeated.Text(), u"1. A\u20292. B\u20293. A\u20294. B\u2029");
@@ -93,7 +93,7 @@ TEST(RepeatedTest, Book_GrowsByNumberedChaptersToTheSizeAsked) {
     EXPECT_EQ(umdbook::Repeated(book, 30).chapters.size(), 3U);
 }
 
-TEST(WriteBookTest, Samples_ReadBackInEveryForm) {
+TEST(WriteBookTest, SamplesReadBackInEveryForm) {
     for (const char* name : {"art-of-war.txt", "alice.txt"}) {
         const Book book = fixture::Sample(name);
         const std::u16string text = book.Text();

@@ -94,11 +94,11 @@ std::string InfoData(std::uint32_t block, std::uint32_t offset) {
            '\1' + Le32(42) + Slot(bookmark, 10) + '\1' + Slot("l", 3);
 }
 
-constexpr std::uint32_t OldBlock = 0x01020304, OldOffset = 0x05060708;
-constexpr std::uint32_t NewBlock = 0xF1F2F3F4, NewOffset = 0xF5F6F7F8;
+constexpr std::uint32_t kOldBlock = 0x01020304, OldOffset = 0x05060708;
+constexpr std::uint32_t kNewBlock = 0xF1F2F3F4, NewOffset = 0xF5F6F7F8;
 
-const std::vector<Record> AllTypes = {
-    {1, 1, InfoData(OldBlock, OldOffset)},
+const std::vector<Record> kAllTypes = {
+    {1, 1, InfoData(kOldBlock, OldOffset)},
     {2, 0xFFFFFFFF, Le32(2) + Le32(1) + Le32(2) + "p" + '\0' + Le32(3) + Le32(4) + "q" + '\0'},
     {3, 1, Le32(2) + Le32(10) + Le32(20)},
     {4, 1, Le32(1) + "tag" + std::string(47, '\0')},
@@ -126,7 +126,7 @@ protected:
     }
 
     static void SetBookmark(CQvpFile& file) {
-        SetBy<CBookInfoProxyImpl>(file, 1, Note(NewBlock, NewOffset, 0, ""));
+        SetBy<CBookInfoProxyImpl>(file, 1, Note(kNewBlock, NewOffset, 0, ""));
     }
 
     // Reads all of a damaged file and changes what it can; then a list under a new id must work as
@@ -142,8 +142,8 @@ protected:
             ReadAll(file);
             SetBookmark(file);
             SetIndex(file, 1, std::vector<int>(300, 5));
-            EXPECT_EQ(QV_S_OK, SetIndex(file, 0x5A5A5A5A, {1, 2, 3}));
-            EXPECT_EQ(QV_S_OK, file.Flush());
+            EXPECT_EQ(SetIndex(file, 0x5A5A5A5A, {1, 2, 3}), QV_S_OK);
+            EXPECT_EQ(file.Flush(), QV_S_OK);
             ReadAll(file);
         }
         const auto file = Open();
@@ -162,34 +162,34 @@ protected:
             auto file = Open();
             change(*file);
             LimitFileSize(static_cast<rlim_t>(limit));
-            EXPECT_EQ(QV_S_OK, file->Flush());
+            EXPECT_EQ(file->Flush(), QV_S_OK);
             if (limit % 2)
                 file.reset();
             LimitFileSize(RLIM_INFINITY);
             const std::string after = Read();
             old += after == before;
             EXPECT_TRUE(after == before || isWhole(after)) << "cut at " << limit;
-            EXPECT_EQ(1, FilesInFolder());
+            EXPECT_EQ(FilesInFolder(), 1);
             std::filesystem::remove(m_Path); // replacing it would sync on some file systems
         }
         return old;
     }
 
     static std::vector<Record> WithNewBookmark(std::vector<Record> records) {
-        records[0].data = InfoData(NewBlock, NewOffset);
+        records[0].data = InfoData(kNewBlock, NewOffset);
         return records;
     }
 
     // What a flush compacts.
     static std::vector<Record> WithDeadSpace() {
-        std::vector<Record> records = AllTypes;
+        std::vector<Record> records = kAllTypes;
         records[7].data.assign(5200, 'x');
         return records;
     }
 };
 
-TEST_F(ReadingDataDamageTest, EveryTruncationAndByteChange_ReadAndChanged_StaysUsable) {
-    const std::string good = FileOf(AllTypes);
+TEST_F(ReadingDataDamageTest, EveryTruncationAndByteChangeReadAndChangedStaysUsable) {
+    const std::string good = FileOf(kAllTypes);
     Exercise(good);
     for (std::size_t at = 0; at < good.size() && !HasFailure(); ++at) {
         Exercise(good.substr(0, at));
@@ -202,8 +202,8 @@ TEST_F(ReadingDataDamageTest, EveryTruncationAndByteChange_ReadAndChanged_StaysU
     }
 }
 
-TEST_F(ReadingDataDamageTest, UpdateCutAtEveryByte_LeavesOldOrNewRecordAndAllOthers) {
-    const std::string before = FileOf(AllTypes), updated = FileOf(WithNewBookmark(AllTypes));
+TEST_F(ReadingDataDamageTest, UpdateCutAtEveryByteLeavesOldOrNewRecordAndAllOthers) {
+    const std::string before = FileOf(kAllTypes), updated = FileOf(WithNewBookmark(kAllTypes));
     const auto size = static_cast<int>(before.size());
     const int old = CutAtEveryByte(before, size, SetBookmark,
                                    [&](const std::string& after) { return after == updated; });
@@ -211,8 +211,8 @@ TEST_F(ReadingDataDamageTest, UpdateCutAtEveryByte_LeavesOldOrNewRecordAndAllOth
     EXPECT_LT(200, size - old);
 }
 
-TEST_F(ReadingDataDamageTest, AppendCutAtEveryByte_LeavesWholeRecordsAndIsMadeUpForLater) {
-    const std::string before = FileOf(AllTypes), updated = FileOf(WithNewBookmark(AllTypes));
+TEST_F(ReadingDataDamageTest, AppendCutAtEveryByteLeavesWholeRecordsAndIsMadeUpForLater) {
+    const std::string before = FileOf(kAllTypes), updated = FileOf(WithNewBookmark(kAllTypes));
     const auto change = [](CQvpFile& file) {
         SetIndex(file, 8, {1, 2, 3});
         SetBookmark(file);
@@ -229,7 +229,7 @@ TEST_F(ReadingDataDamageTest, AppendCutAtEveryByte_LeavesWholeRecordsAndIsMadeUp
     auto file = Open();
     SetIndex(*file, 8, {1, 2, 3});
     LimitFileSize(before.size() + 100);
-    EXPECT_EQ(QV_S_OK, file->Flush());
+    EXPECT_EQ(file->Flush(), QV_S_OK);
     LimitFileSize(RLIM_INFINITY);
     SetIndex(*file, 9, {4});
     file.reset();
@@ -238,8 +238,8 @@ TEST_F(ReadingDataDamageTest, AppendCutAtEveryByte_LeavesWholeRecordsAndIsMadeUp
     EXPECT_EQ(std::vector<int>{4}, IndexOf(*file, 9));
 }
 
-TEST_F(ReadingDataDamageTest, CompactionCutAtEveryByte_LeavesTheOldOrTheNewFile) {
-    std::vector<Record> rewritten = WithNewBookmark(AllTypes);
+TEST_F(ReadingDataDamageTest, CompactionCutAtEveryByteLeavesTheOldOrTheNewFile) {
+    std::vector<Record> rewritten = WithNewBookmark(kAllTypes);
     rewritten[7] = {3, 8, Le32(1) + Le32(1) + std::string(796, '\0')};
     std::rotate(rewritten.begin() + 7, rewritten.begin() + 8, rewritten.end());
     const auto size = static_cast<int>(FileOf(rewritten).size());
@@ -251,24 +251,24 @@ TEST_F(ReadingDataDamageTest, CompactionCutAtEveryByte_LeavesTheOldOrTheNewFile)
     EXPECT_EQ(size, CutAtEveryByte(FileOf(WithDeadSpace()), size + 10, change, isNew));
 }
 
-TEST_F(ReadingDataDamageTest, CreationCutAtEveryByte_LeavesNoFileThatCannotBeOpened) {
+TEST_F(ReadingDataDamageTest, CreationCutAtEveryByteLeavesNoFileThatCannotBeOpened) {
     for (rlim_t limit = 0; limit < 5; ++limit) {
         LimitFileSize(limit);
-        EXPECT_EQ(QV_E_FAIL, CQvpFile().Open(m_Path.c_str(), 1));
-        EXPECT_EQ(0, FilesInFolder());
+        EXPECT_EQ(CQvpFile().Open(m_Path.c_str(), 1), QV_E_FAIL);
+        EXPECT_EQ(FilesInFolder(), 0);
     }
     LimitFileSize(RLIM_INFINITY);
     Open(1);
 }
 
 // Of a file with dead space, and of one that is away while the flush fails.
-TEST_F(ReadingDataDamageTest, CompactionThatCannotBeMadeDurable_LeavesFileAndIsMadeUpForLater) {
+TEST_F(ReadingDataDamageTest, CompactionThatCannotBeMadeDurableLeavesFileAndIsMadeUpForLater) {
     for (const bool away : {false, true}) {
-        Write(FileOf(away ? AllTypes : WithDeadSpace()));
+        Write(FileOf(away ? kAllTypes : WithDeadSpace()));
         auto file = Open();
         if (away) {
             SetIndex(*file, 6, {6});
-            EXPECT_EQ(QV_S_OK, file->Flush());
+            EXPECT_EQ(file->Flush(), QV_S_OK);
         }
         const std::string before = Read();
         SetIndex(*file, 6, {66});
@@ -277,24 +277,24 @@ TEST_F(ReadingDataDamageTest, CompactionThatCannotBeMadeDurable_LeavesFileAndIsM
         const std::string place = away ? m_Path + ".away" : m_Path;
         std::filesystem::rename(m_Path, place);
         g_nSyncError = EIO;
-        EXPECT_EQ(QV_S_OK, file->Flush());
+        EXPECT_EQ(file->Flush(), QV_S_OK);
         g_nSyncError = -1;
-        EXPECT_EQ(1, FilesInFolder());
+        EXPECT_EQ(FilesInFolder(), 1);
         std::filesystem::rename(place, m_Path);
         EXPECT_EQ(before, Read());
         file.reset();
         file = Open();
-        EXPECT_EQ(AllTypes.size() + (away ? 2 : 1), Records().size());
-        EXPECT_EQ(WithNewBookmark(AllTypes)[0], Records()[0]);
+        EXPECT_EQ(kAllTypes.size() + (away ? 2 : 1), Records().size());
+        EXPECT_EQ(WithNewBookmark(kAllTypes)[0], Records()[0]);
         EXPECT_EQ(std::vector<int>{66}, IndexOf(*file, 6));
         EXPECT_EQ(std::vector<int>{8}, IndexOf(*file, 8));
     }
 }
 
-TEST_F(ReadingDataDamageTest, EveryAllocationFailing_LosesAndDoublesNoRecord) {
+TEST_F(ReadingDataDamageTest, EveryAllocationFailingLosesAndDoublesNoRecord) {
     for (int run = 4; run < 324 && !HasFailure(); ++run) {
         g_bFailsOnce = run % 2 != 0;
-        Write(FileOf(run & 2 ? WithDeadSpace() : AllTypes));
+        Write(FileOf(run & 2 ? WithDeadSpace() : kAllTypes));
         {
             CQvpFile file;
             g_nAllocationsLeft = run / 4;
@@ -311,9 +311,10 @@ TEST_F(ReadingDataDamageTest, EveryAllocationFailing_LosesAndDoublesNoRecord) {
             g_nAllocationsLeft = -1;
         }
         const auto records = Records();
-        EXPECT_EQ(1, std::count_if(records.begin(), records.end(),
-                                   [](const Record& record) { return record.type == 1; }));
-        EXPECT_TRUE(records[0] == AllTypes[0] || records[0] == WithNewBookmark(AllTypes)[0]);
+        EXPECT_EQ(std::count_if(records.begin(), records.end(),
+                                [](const Record& record) { return record.type == 1; }),
+                  1);
+        EXPECT_TRUE(records[0] == kAllTypes[0] || records[0] == WithNewBookmark(kAllTypes)[0]);
         const auto index = IndexOf(*Open(), 1);
         EXPECT_TRUE(index == std::vector<int>({10, 20, 30}) ||
                     (index.size() >= 3 && index == std::vector<int>(index.size(), 7)))
@@ -321,25 +322,25 @@ TEST_F(ReadingDataDamageTest, EveryAllocationFailing_LosesAndDoublesNoRecord) {
     }
 }
 
-TEST_F(ReadingDataDamageTest, AppendThatCannotBeCutOff_LaterFlush_LeavesNoTornEnd) {
-    Write(FileOf(AllTypes));
+TEST_F(ReadingDataDamageTest, AppendThatCannotBeCutOffLaterFlushLeavesNoTornEnd) {
+    Write(FileOf(kAllTypes));
     auto file = Open();
     SetIndex(*file, 8, {8});
     SetIndex(*file, 7, {7});
-    LimitFileSize(FileOf(AllTypes).size() + 100);
+    LimitFileSize(FileOf(kAllTypes).size() + 100);
     g_bCutFails = true;
-    EXPECT_EQ(QV_S_OK, file->Flush());
+    EXPECT_EQ(file->Flush(), QV_S_OK);
     g_bCutFails = false;
-    EXPECT_EQ(FileOf(AllTypes).size() + 100, Read().size()) << "nothing may follow a torn record";
+    EXPECT_EQ(FileOf(kAllTypes).size() + 100, Read().size()) << "nothing may follow a torn record";
     SetIndex(*file, 9, {9});
-    EXPECT_EQ(QV_S_OK, file->Flush());
+    EXPECT_EQ(file->Flush(), QV_S_OK);
     EXPECT_EQ(FileOf(Records()), Read());
     file = Open();
     for (const int id : {7, 8, 9})
         EXPECT_EQ(std::vector<int>{id}, IndexOf(*file, static_cast<unsigned int>(id)));
 }
 
-TEST_F(ReadingDataDamageTest, CompactionThatCannotBeDone_UpdatesAndAppendsInPlace) {
+TEST_F(ReadingDataDamageTest, CompactionThatCannotBeDoneUpdatesAndAppendsInPlace) {
     const std::vector<Record> records = WithNewBookmark(WithDeadSpace());
     const std::string torn = "torn";
     for (const bool full : {false, true}) {
@@ -353,7 +354,7 @@ TEST_F(ReadingDataDamageTest, CompactionThatCannotBeDone_UpdatesAndAppendsInPlac
             const bool root = !full && seteuid(65534) == 0; // whom no permission holds back
             g_nSyncError = full ? ENOSPC : -1;
             for (int flush = 0; flush < 2; ++flush) {
-                EXPECT_EQ(QV_S_OK, file->Flush());
+                EXPECT_EQ(file->Flush(), QV_S_OK);
                 EXPECT_EQ(FileOf(records) + end,
                           Read().substr(0, FileOf(records).size() + end.size()));
                 EXPECT_EQ(FileOf(records).size() + (end.empty() ? 813 : end.size()), Read().size());
@@ -361,34 +362,34 @@ TEST_F(ReadingDataDamageTest, CompactionThatCannotBeDone_UpdatesAndAppendsInPlac
             g_nSyncError = -1;
             EXPECT_TRUE(!root || seteuid(0) == 0);
             std::filesystem::permissions(m_Folder, std::filesystem::perms{0755});
-            EXPECT_EQ(1, FilesInFolder());
+            EXPECT_EQ(FilesInFolder(), 1);
             SetIndex(*file, 9, {9});
             file.reset(); // a better day
-            EXPECT_EQ(AllTypes.size() + 1, Records().size());
+            EXPECT_EQ(kAllTypes.size() + 1, Records().size());
             EXPECT_EQ(FileOf(Records()), Read());
             EXPECT_EQ(std::vector<int>{8}, IndexOf(*Open(), 8));
         }
     }
 }
 
-TEST_F(ReadingDataDamageTest, Flush_OfChanges_SyncsThemAndOfNoneNothing) {
-    Write(FileOf(AllTypes));
+TEST_F(ReadingDataDamageTest, FlushOfChangesSyncsThemAndOfNoneNothing) {
+    Write(FileOf(kAllTypes));
     auto file = Open();
     ReadAll(*file);
     for (const bool changed : {false, true, false}) {
         if (changed)
             SetBookmark(*file);
         g_nSyncs = 0;
-        EXPECT_EQ(QV_S_OK, file->Flush());
+        EXPECT_EQ(file->Flush(), QV_S_OK);
         EXPECT_EQ(changed ? 1 : 0, g_nSyncs);
     }
     file.reset();
-    EXPECT_EQ(0, g_nSyncs);
+    EXPECT_EQ(g_nSyncs, 0);
 }
 
 // What a process leaves that dies while it compacts goes at the next compaction, unless it is in
 // use or someone else's by now.
-TEST_F(ReadingDataDamageTest, ProcessKilledWhileCompacting_LeavesNothingThatBlocksOrPilesUp) {
+TEST_F(ReadingDataDamageTest, ProcessKilledWhileCompactingLeavesNothingThatBlocksOrPilesUp) {
     Write(FileOf(WithDeadSpace()));
     const pid_t child = fork();
     if (child == 0) {
@@ -398,25 +399,25 @@ TEST_F(ReadingDataDamageTest, ProcessKilledWhileCompacting_LeavesNothingThatBloc
     }
     int status = -1;
     ASSERT_EQ(child, waitpid(child, &status, 0));
-    ASSERT_EQ(0, status);
+    ASSERT_EQ(status, 0);
     EXPECT_EQ(FileOf(WithDeadSpace()), Read());
-    ASSERT_EQ(2, FilesInFolder());
+    ASSERT_EQ(FilesInFolder(), 2);
     std::filesystem::path left;
     for (const auto& entry : std::filesystem::directory_iterator(m_Folder))
         left = entry.path() == m_Path ? left : entry.path();
     const auto compact = [this] {
         Write(FileOf(WithDeadSpace()));
-        EXPECT_EQ(QV_S_OK, Open()->Flush());
-        EXPECT_EQ(AllTypes.size() - 1, Records().size());
+        EXPECT_EQ(Open()->Flush(), QV_S_OK);
+        EXPECT_EQ(kAllTypes.size() - 1, Records().size());
     };
 
     const int other = open(left.c_str(), O_RDWR);
-    EXPECT_EQ(0, flock(other, LOCK_EX));
+    EXPECT_EQ(flock(other, LOCK_EX), 0);
     compact();
     EXPECT_TRUE(std::filesystem::exists(left)) << "another process is writing it";
     close(other);
     compact();
-    EXPECT_EQ(1, FilesInFolder());
+    EXPECT_EQ(FilesInFolder(), 1);
     std::ofstream(left) << "my own notes";
     compact();
     EXPECT_TRUE(std::filesystem::remove(left));
@@ -430,7 +431,7 @@ TEST_F(ReadingDataDamageTest, ProcessKilledWhileCompacting_LeavesNothingThatBloc
 }
 
 // Each keeps lists of two file ids, in a loop; whoever writes last wins, and no file is broken.
-TEST_F(ReadingDataDamageTest, TwoProcessesRewritingOneFile_LeaveAFileThatOpensWhole) {
+TEST_F(ReadingDataDamageTest, TwoProcessesRewritingOneFileLeaveAFileThatOpensWhole) {
     Open(1);
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(1);
     const pid_t child = fork();
@@ -451,12 +452,12 @@ TEST_F(ReadingDataDamageTest, TwoProcessesRewritingOneFile_LeaveAFileThatOpensWh
         _exit(0);
     int status = -1;
     ASSERT_EQ(child, waitpid(child, &status, 0));
-    EXPECT_EQ(0, status);
+    EXPECT_EQ(status, 0);
     EXPECT_EQ(FileOf(Records()), Read());
-    EXPECT_EQ(1, FilesInFolder());
+    EXPECT_EQ(FilesInFolder(), 1);
     const auto file = Open();
     ReadAll(*file);
-    EXPECT_EQ(std::pair(QV_S_OK, Note(NewBlock, NewOffset, 0, "")),
+    EXPECT_EQ(std::pair(QV_S_OK, Note(kNewBlock, NewOffset, 0, "")),
               GetBy<CBookInfoProxyImpl>(*file, 1));
 }
 

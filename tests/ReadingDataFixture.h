@@ -136,7 +136,7 @@ protected:
 
     std::unique_ptr<CQvpFile> Open(int create = 0) const {
         auto file = std::make_unique<CQvpFile>();
-        EXPECT_EQ(QV_S_OK, file->Open(m_Path.c_str(), create));
+        EXPECT_EQ(file->Open(m_Path.c_str(), create), QV_S_OK);
         return file;
     }
 
@@ -153,7 +153,7 @@ protected:
 
     // "type*length(count)" of every record in the file, after a flush.
     std::string Shape() const {
-        EXPECT_EQ(QV_S_OK, m_pFile->Flush());
+        EXPECT_EQ(m_pFile->Flush(), QV_S_OK);
         std::string shape;
         for (const Record& record : Records())
             shape += std::to_string(record.type) + "*" + std::to_string(record.data.size()) + "(" +
@@ -175,9 +175,9 @@ protected:
     static Note Take(IBookAnnotation& annotation) {
         unsigned int block = 99, offset = 99, length = 99;
         char* comment = nullptr;
-        EXPECT_EQ(QV_S_OK, annotation.GetBlockIndex(&block));
-        EXPECT_EQ(QV_S_OK, annotation.GetOffset(&offset));
-        EXPECT_EQ(QV_S_OK, annotation.GetLength(&length));
+        EXPECT_EQ(annotation.GetBlockIndex(&block), QV_S_OK);
+        EXPECT_EQ(annotation.GetOffset(&offset), QV_S_OK);
+        EXPECT_EQ(annotation.GetLength(&length), QV_S_OK);
         annotation.GetComment(&comment);
         return {block, offset, length, comment ? Take(comment) : ""};
     }

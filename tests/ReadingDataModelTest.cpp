@@ -14,7 +14,7 @@ namespace {
 using Key = std::pair<int, std::uint32_t>; // record type and file id
 using Entries = std::vector<std::string>;  // as they are stored
 using Contents = std::map<Key, Entries>;   // lists without entries are left out
-const std::uint32_t FileIds[] = {0, 7, 0xFFFFFFFF};
+const std::uint32_t kFileIds[] = {0, 7, 0xFFFFFFFF};
 
 std::string Stored(int entry) {
     return Le32(static_cast<std::uint32_t>(entry));
@@ -87,14 +87,14 @@ public:
     std::unique_ptr<Interface> Obtain(QVRESULT (IBookInfoEntity::*get)(Interface**, Id...),
                                       Id... id) {
         Interface* proxy = nullptr;
-        EXPECT_EQ(QV_S_OK, (m_pFile.get()->*get)(&proxy, id...));
+        EXPECT_EQ((m_pFile.get()->*get)(&proxy, id...), QV_S_OK);
         return std::unique_ptr<Interface>(proxy);
     }
 
     void ObtainProxies() {
         m_Proxies.clear();
         Reopen();
-        for (const std::uint32_t id : FileIds)
+        for (const std::uint32_t id : kFileIds)
             m_Proxies[id] = {Obtain(&IBookInfoEntity::GetInfoProxy, id),
                              Obtain(&IBookInfoEntity::GetIndexProxy, id),
                              Obtain(&IBookInfoEntity::GetTagProxy, id),
@@ -112,7 +112,7 @@ public:
         for (const auto& value : list)
             entries.push_back(Stored(value, type...));
         EXPECT_EQ(m_Model[key], heldEntries);
-        EXPECT_EQ(QV_S_OK, Set(proxy, type..., list));
+        EXPECT_EQ(Set(proxy, type..., list), QV_S_OK);
         m_Model[key] = entries;
         if (entries.empty())
             m_Model.erase(key);
@@ -155,8 +155,8 @@ public:
         const std::string text = RandomText(field.capacity - 1);
         const Note bookmark = {Random(), Random(), 0, ""};
         IBookInfoProxy& info = *m_Proxies[id].info;
-        EXPECT_EQ(QV_S_OK, Set(info, bookmark));
-        EXPECT_EQ(QV_S_OK, (info.*field.set)(text.c_str(), static_cast<unsigned int>(text.size())));
+        EXPECT_EQ(Set(info, bookmark), QV_S_OK);
+        EXPECT_EQ((info.*field.set)(text.c_str(), static_cast<unsigned int>(text.size())), QV_S_OK);
         record[0].replace(BookmarkAt + 4, 9, Stored(bookmark, QvAnnotationPosition));
         record[0].replace(field.offset + 4, text.size() + 1, text + '\0');
     }
@@ -176,7 +176,7 @@ public:
     int m_nOperation = 0;
 };
 
-TEST_P(ReadingDataModelTest, ThousandsOfOperations_EveryFlush_WritesWhatTheModelHolds) {
+TEST_P(ReadingDataModelTest, ThousandsOfOperationsEveryFlushWritesWhatTheModelHolds) {
     Write(FileOf({{9, 3, "another library's"}}));
     m_Model[{9, 3}] = {"another library's"};
     ObtainProxies();
@@ -186,11 +186,11 @@ TEST_P(ReadingDataModelTest, ThousandsOfOperations_EveryFlush_WritesWhatTheModel
                                     &ReadingDataModelTest::SetAnnotations,
                                     &ReadingDataModelTest::SetInfo};
     for (; m_nOperation < 1500 && !HasFailure(); ++m_nOperation) {
-        (this->*operations[Below(std::size(operations))])(FileIds[Below(3)]);
+        (this->*operations[Below(std::size(operations))])(kFileIds[Below(3)]);
         if (Below(60) == 0)
             std::filesystem::remove(m_Path);
         if (Below(5) == 0) {
-            ASSERT_EQ(QV_S_OK, m_pFile->Flush());
+            ASSERT_EQ(m_pFile->Flush(), QV_S_OK);
             CheckFile();
         }
         if (Below(25) == 0) {

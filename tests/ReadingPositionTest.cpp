@@ -18,7 +18,6 @@ using namespace fixture;
 
 namespace {
 
-constexpr unsigned int kFileId = 0xFFFFFFFF;
 constexpr unsigned int kBlocks = kNovelBytes / 128;
 
 class ReadingPositionTest : public testing::Test {
@@ -53,7 +52,7 @@ protected:
         ASSERT_EQ(CBookInfoManager::GetBookInfoEntity(path.c_str(), &entity, 1), QV_S_OK);
         const std::unique_ptr<IBookInfoEntity> owner(entity);
         IBookInfoProxy* proxy = nullptr;
-        entity->GetInfoProxy(&proxy, kFileId);
+        entity->GetInfoProxy(&proxy, kCommonFileId);
         const std::unique_ptr<IBookInfoProxy> info(proxy);
         CBookAnnotationImpl bookmark(QvAnnotationPosition);
         bookmark.SetBlockIndex(block);

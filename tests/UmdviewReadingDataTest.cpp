@@ -11,7 +11,7 @@ using readingdata::FileOf;
 
 class UmdviewReadingDataTest : public UmdviewTest {};
 
-constexpr std::uint32_t commonId = 0xFFFFFFFF;
+constexpr std::uint32_t kCommonId = 0xFFFFFFFF;
 
 std::string Slot(const std::string& text) {
     return Le32(static_cast<std::uint32_t>(text.size() + 1)) + text + '\0';
@@ -20,7 +20,7 @@ std::string Slot(const std::string& text) {
 // Book information with the bookmark at a block.
 readingdata::Record BookInfo(std::uint32_t block, const std::string& name = "") {
     const std::string bookmark = '\0' + Le32(block) + Le32(12) + std::string(11, '\0');
-    return {1, commonId,
+    return {1, kCommonId,
             Slot(name) + Slot("") + Slot("") + Slot("") + Slot("") + Slot("") + '\0' + Le32(42) +
                 Le32(20) + bookmark + '\1' + Slot("IX")};
 }
@@ -33,7 +33,7 @@ std::string Tag(const std::string& text) {
 std::vector<readingdata::Record> EveryKind() {
     return {{3, 7, Le32(1) + Le32(1000)},
             {0, 7, "dead"},
-            {2, commonId, Le32(1) + Le32(1) + Le32(2) + "/a.umd" + '\0'},
+            {2, kCommonId, Le32(1) + Le32(1) + Le32(2) + "/a.umd" + '\0'},
             BookInfo(3, "Moon\x1b[31m"),
             {4, 7, Le32(2) + Tag("red") + Tag("caf\xE9")},
             {5, 7, Le32(1) + '\0' + Le32(1) + Le32(2)},
@@ -44,7 +44,7 @@ std::vector<readingdata::Record> EveryKind() {
             {4, 8, ""}};
 }
 
-TEST_F(UmdviewReadingDataTest, Resume_BeginsAtTheLastScreenDrawnBefore) {
+TEST_F(UmdviewReadingDataTest, ResumeBeginsAtTheLastScreenDrawnBefore) {
     Draw("all", "--screens 1-8");
     EXPECT_FALSE(Exists("book.umd.qvp"));
     EXPECT_EQ(Draw("one", "--resume --screens 2-4").status, 0);
@@ -61,7 +61,7 @@ TEST_F(UmdviewReadingDataTest, Resume_BeginsAtTheLastScreenDrawnBefore) {
     EXPECT_TRUE(Read() == kept);
 }
 
-TEST_F(UmdviewReadingDataTest, LookAtABook_LeavesThePlaceAloneThatResumeUsesOrRefuses) {
+TEST_F(UmdviewReadingDataTest, LookAtABookLeavesThePlaceAloneThatResumeUsesOrRefuses) {
     Draw("start", "--screens 1");
     const struct {
         std::string bytes;
@@ -87,7 +87,7 @@ TEST_F(UmdviewReadingDataTest, LookAtABook_LeavesThePlaceAloneThatResumeUsesOrRe
     }
 }
 
-TEST_F(UmdviewReadingDataTest, InfoOfABookWithAPlace_TellsItInPercentOfTheBook) {
+TEST_F(UmdviewReadingDataTest, InfoOfABookWithAPlaceTellsItInPercentOfTheBook) {
     const struct {
         std::uint32_t bytes, block;
         std::string line;
@@ -105,7 +105,7 @@ TEST_F(UmdviewReadingDataTest, InfoOfABookWithAPlace_TellsItInPercentOfTheBook) 
     }
 }
 
-TEST_F(UmdviewReadingDataTest, ReadingDataOfEveryKind_IsToldRecordByRecordAndDecoded) {
+TEST_F(UmdviewReadingDataTest, ReadingDataOfEveryKindIsToldRecordByRecordAndDecoded) {
     const std::string bytes = FileOf(EveryKind(), 7, 9);
     Write(bytes);
     const std::string lines = Run("readingdata book.umd").out;
@@ -130,7 +130,7 @@ TEST_F(UmdviewReadingDataTest, ReadingDataOfEveryKind_IsToldRecordByRecordAndDec
     EXPECT_EQ(Read(), bytes);
 }
 
-TEST_F(UmdviewReadingDataTest, DamagedReadingData_IsNamedAndTheRestTold) {
+TEST_F(UmdviewReadingDataTest, DamagedReadingDataIsNamedAndTheRestTold) {
     const std::string kept = FileOf({{4, 9, Le32(1) + Tag("kept")}});
     const std::string cases[][2] = {
         {Bytes({3, 7, Le32(30) + Le32(5)}), "index list: it should hold 30 entries, of which 1"},

@@ -14,7 +14,7 @@ namespace {
 
 using namespace umdviewtest;
 
-TEST_F(UmdviewTest, InfoOfABook_TellsItsFieldsAndKeepsControlsFromTheTerminal) {
+TEST_F(UmdviewTest, InfoOfABookTellsItsFieldsAndKeepsControlsFromTheTerminal) {
     WriteBook(SmallBook(u"兵😀者\u2029"));
     EXPECT_EQ(Run("info book.umd").All(),
               "0|Title:      孫子  兵法 [31m\nAuthor:     孫武\nDate:       2008-3\n"
@@ -31,7 +31,7 @@ TEST_F(UmdviewTest, InfoOfABook_TellsItsFieldsAndKeepsControlsFromTheTerminal) {
     EXPECT_FALSE(Exists("book.umd.qvp"));
 }
 
-TEST_F(UmdviewTest, ChapterTableThatLies_IsToldAsFarAsItMakesSense) {
+TEST_F(UmdviewTest, ChapterTableThatLiesIsToldAsFarAsItMakesSense) {
     const std::string utf16 = "\x75\x51\x3D\xD8\x00\xDE"s + std::string(250, '\1'); // 兵😀āā...
     // In order, inside a pair, inside a unit, before the text, in the second block, at the first
     // byte after the text that is there, and as far off as can be.
@@ -49,7 +49,7 @@ TEST_F(UmdviewTest, ChapterTableThatLies_IsToldAsFarAsItMakesSense) {
     EXPECT_TRUE(Contains(Run("info book.umd").out, "\n   5   50.0 %  4\n   6     -     5\n"));
 }
 
-TEST_F(UmdviewTest, BookThatLiesAboutItsLength_IsWarnedOfAndDrawnAsFarAsItGoes) {
+TEST_F(UmdviewTest, BookThatLiesAboutItsLengthIsWarnedOfAndDrawnAsFarAsItGoes) {
     const int actual = static_cast<int>(LongText().size()) * 2;
     const std::tuple<int, int, std::string> cases[] = {
         {actual + 30000, 1, "the last screens cannot be shown"},
@@ -66,7 +66,7 @@ TEST_F(UmdviewTest, BookThatLiesAboutItsLength_IsWarnedOfAndDrawnAsFarAsItGoes) 
     }
 }
 
-TEST_F(UmdviewTest, RenderOfAScreen_IsDarkInkOnWhiteAndTheSameInBothFormats) {
+TEST_F(UmdviewTest, RenderOfAScreenIsDarkInkOnWhiteAndTheSameInBothFormats) {
     Run("render book.umd --out deep/out --size 300x201 --screens 7");
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
@@ -80,7 +80,7 @@ TEST_F(UmdviewTest, RenderOfAScreen_IsDarkInkOnWhiteAndTheSameInBothFormats) {
     EXPECT_TRUE(Screen("pgm", 7) == "P5\n300 201\n255\n" + pixels) << "PNG and PGM differ";
 }
 
-TEST_F(UmdviewTest, RenderOfARange_DrawsTheSameScreensAsRenderOfAll) {
+TEST_F(UmdviewTest, RenderOfARangeDrawsTheSameScreensAsRenderOfAll) {
     const std::string all = Draw("all", "--all").out;
     const int count = std::stoi(all);
     const std::string last = "screen-00" + std::to_string(count) + ".pgm)";
@@ -103,7 +103,7 @@ TEST_F(UmdviewTest, RenderOfARange_DrawsTheSameScreensAsRenderOfAll) {
     }
 }
 
-TEST_F(UmdviewTest, RenderWithoutOptions_DrawsWhatTheFactorysRendererDraws) {
+TEST_F(UmdviewTest, RenderWithoutOptionsDrawsWhatTheFactorysRendererDraws) {
     Draw("out", "--screens 1");
     QvFormat::IFormatRender* opened = nullptr;
     CreateFormatRenderInstance((m_Folder / "book.umd").c_str(), &opened);
@@ -116,7 +116,7 @@ TEST_F(UmdviewTest, RenderWithoutOptions_DrawsWhatTheFactorysRendererDraws) {
     EXPECT_TRUE(Screen("out", 1) == screen);
 }
 
-TEST_F(UmdviewTest, RenderWithALook_ChangesLettersSpacingAndMargin) {
+TEST_F(UmdviewTest, RenderWithALookChangesLettersSpacingAndMargin) {
     const auto pixels = [&](const std::string& options, std::size_t count) {
         Draw("out", "--screens 1 " + options);
         return Screen("out", 1).substr(Screen("out", 1).size() - count);
@@ -130,7 +130,7 @@ TEST_F(UmdviewTest, RenderWithALook_ChangesLettersSpacingAndMargin) {
     EXPECT_TRUE(pixels("--size 200x300 --margin 20 --font 'fzlth 18'", 200 * 300) == framed);
 }
 
-TEST_F(UmdviewTest, ChapterAskedFor_IsDrawnFromItsFirstCharacterAndWrittenToItsLast) {
+TEST_F(UmdviewTest, ChapterAskedForIsDrawnFromItsFirstCharacterAndWrittenToItsLast) {
     umdbook::Book book = SmallBook(LongText());
     book.chapters.push_back({u"2", u"甲乙\u2029"});
     book.chapters.push_back({u"3", u"丙\u2029" + LongText()});
@@ -147,7 +147,7 @@ TEST_F(UmdviewTest, ChapterAskedFor_IsDrawnFromItsFirstCharacterAndWrittenToItsL
               "1 screen drawn to last/ (screen-0001.pgm), the book ends at screen 1\n");
 }
 
-TEST_F(UmdviewTest, TextThatCannotBeShown_IsPassedOverAndNamed) {
+TEST_F(UmdviewTest, TextThatCannotBeShownIsPassedOverAndNamed) {
     std::u16string text = LongText();
     text.replace(64 * 100 - 1, 2, u"😀"); // across the end of block 99
     WriteBook(SmallBook(text));
@@ -163,7 +163,7 @@ TEST_F(UmdviewTest, TextThatCannotBeShown_IsPassedOverAndNamed) {
                   "0 could not be shown\n");
 }
 
-TEST_F(UmdviewTest, TextInChunksCutAnywhere_IsWholeAndEndsParagraphsWithNewlines) {
+TEST_F(UmdviewTest, TextInChunksCutAnywhereIsWholeAndEndsParagraphsWithNewlines) {
     EXPECT_TRUE(Run("text --raw book.umd").out == umdbook::ToUtf8(LongText()));
     const std::string utf16 = "\x75\x51\x3D\xD8\x00\xDE\x29\x20\x41\x00\x00\xD8\x42\x00"s;
     for (std::size_t cut = 1; cut < utf16.size(); ++cut) {
@@ -173,7 +173,7 @@ TEST_F(UmdviewTest, TextInChunksCutAnywhere_IsWholeAndEndsParagraphsWithNewlines
     }
 }
 
-TEST_F(UmdviewTest, DamagedAndCutOffChunks_AreNamedAndTheTextAroundThemKept) {
+TEST_F(UmdviewTest, DamagedAndCutOffChunksAreNamedAndTheTextAroundThemKept) {
     std::string book = BookOfChunks({"A\0"s, "B\0"s, "C\0"s, "D\0"s}, 8);
     const std::size_t third = book.rfind("x\x9C", book.rfind("x\x9C") - 1); // a zlib stream begins
     book[book.rfind("x\x9C", third - 1)] ^= '\x10';
@@ -190,7 +190,7 @@ TEST_F(UmdviewTest, DamagedAndCutOffChunks_AreNamedAndTheTextAroundThemKept) {
     EXPECT_EQ(nlohmann::json::parse(info.out)["damagedChunks"], nlohmann::json({1, 3}));
 }
 
-TEST_F(UmdviewTest, WhatCannotBeReadOrWritten_GivesNameReasonStatus1AndNoHalfImage) {
+TEST_F(UmdviewTest, WhatCannotBeReadOrWrittenGivesNameReasonStatus1AndNoHalfImage) {
     Write("empty", "");
     Write("words", "Just some words in a row.");
     Write("untold", BookOfChunks({}, 500));
@@ -227,13 +227,13 @@ TEST_F(UmdviewTest, WhatCannotBeReadOrWritten_GivesNameReasonStatus1AndNoHalfIma
     EXPECT_FALSE(Exists("missing.qvp"));
 }
 
-TEST_F(UmdviewTest, ClosedPipe_EndsQuietly) {
+TEST_F(UmdviewTest, ClosedPipeEndsQuietly) {
     WriteBook(umdbook::Repeated(SmallBook(LongText()), 1000000));
     EXPECT_EQ(Run("text book.umd; echo $? > status) | head -c 5", "(").All(), "0|1. 0 |");
     EXPECT_EQ(Read("status"), "0\n");
 }
 
-TEST_F(UmdviewTest, CommandLine_ThatMakesNoSenseGivesStatus2AndHelpStatus0) {
+TEST_F(UmdviewTest, CommandLineThatMakesNoSenseGivesStatus2AndHelpStatus0) {
     const std::string render = "render book.umd --out out ";
     for (const std::string arguments : {"", "draw book.umd", "info", "info book.umd b", "render x"})
         EXPECT_EQ(Run(arguments).status, 2) << arguments;

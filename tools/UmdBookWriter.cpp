@@ -27,11 +27,11 @@ enum SkippedType : int {
     PageOffsets = 0x87,
 };
 
-constexpr std::size_t stringUnits = 125;       // a node of 255 bytes less its header
-constexpr std::size_t chapterTitleUnits = 127; // a size of one byte
-constexpr std::size_t fileLimit = std::numeric_limits<std::int32_t>::max();
-constexpr std::uint32_t pageBytes = 4096; // nobody reads the page offsets, so any page will do
-constexpr char16_t paragraphSeparator = u'\u2029';
+constexpr std::size_t kStringUnits = 125;       // a node of 255 bytes less its header
+constexpr std::size_t kChapterTitleUnits = 127; // a size of one byte
+constexpr std::size_t kFileLimit = std::numeric_limits<std::int32_t>::max();
+constexpr std::uint32_t kPageBytes = 4096; // nobody reads the page offsets, so any page will do
+constexpr char16_t kParagraphSeparator = u'\u2029';
 
 bool IsHighSurrogate(char16_t unit) {
     return unit >= 0xD800 && unit <= 0xDBFF;
@@ -103,23 +103,23 @@ public:
 
 private:
     void AddFunction(int type, unsigned char flag, const Bytes& content) {
-        const auto length = static_cast<unsigned char>(FunctionHeaderSize + content.size());
+        const auto length = static_cast<unsigned char>(kFunctionHeaderSize + content.size());
         const auto low = static_cast<unsigned char>(type);
         Append({'#', low, static_cast<unsigned char>(type >> 8), flag, length});
         Append(content);
     }
 
     void AddData(std::uint32_t identifier, const Bytes& content) {
-        if (content.size() > fileLimit - DataHeaderSize)
+        if (content.size() > kFileLimit - kDataHeaderSize)
             throw std::length_error("a data node of this book passes 2 GiB");
         Append({'$'});
         Append(LE32(identifier));
-        Append(LE32(static_cast<std::uint32_t>(DataHeaderSize + content.size())));
+        Append(LE32(static_cast<std::uint32_t>(kDataHeaderSize + content.size())));
         Append(content);
     }
 
     void Append(const Bytes& bytes) {
-        if (bytes.size() > fileLimit - m_bytes.size())
+        if (bytes.size() > kFileLimit - m_bytes.size())
             throw std::length_error("the book's file passes 2 GiB");
         m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
     }
@@ -135,14 +135,14 @@ void AddStrings(NodeList& nodes, const Book& book) {
         {Publisher, &book.publisher}, {Vendor, &book.vendor}};
     for (const auto& [type, string] : strings)
         if (!string->empty())
-            nodes.Function(type, LE16(Cut(*string, stringUnits)));
+            nodes.Function(type, LE16(Cut(*string, kStringUnits)));
 }
 
 void AddContentLength(NodeList& nodes, const Book& book, const Options& options) {
     std::size_t length = 0;
     for (const Chapter& chapter : book.chapters)
         length += 2 * chapter.text.size();
-    if (length > fileLimit)
+    if (length > kFileLimit)
         throw std::length_error("the book's text passes 2 GiB");
     const auto declared = options.declaredLength.value_or(static_cast<std::int32_t>(length));
     nodes.Function(ContentLength, LE32(static_cast<std::uint32_t>(declared)));
@@ -155,7 +155,7 @@ void AddChapterTable(NodeList& nodes, const Book& book) {
     for (const Chapter& chapter : book.chapters) {
         offsets = std::move(offsets) + LE32(static_cast<std::uint32_t>(offset));
         offset += 2 * chapter.text.size();
-        const Bytes title = LE16(Cut(chapter.title, chapterTitleUnits));
+        const Bytes title = LE16(Cut(chapter.title, kChapterTitleUnits));
         titles.push_back(static_cast<unsigned char>(title.size()));
         titles = std::move(titles) + title;
     }
@@ -192,10 +192,10 @@ void AddTrailer(NodeList& nodes, const Book& book, const Bytes& chunkIdentifiers
     if (!book.cover.empty())
         nodes.Announced(Cover, {1}, book.cover); // 1: a JPEG image
     Bytes pages;
-    for (std::size_t offset = 0; offset < textBytes; offset += pageBytes)
+    for (std::size_t offset = 0; offset < textBytes; offset += kPageBytes)
         pages = std::move(pages) + LE32(static_cast<std::uint32_t>(offset));
     nodes.Announced(PageOffsets, {16, 208}, pages); // for 16 px type on a screen of 208 px
-    const std::size_t fileBytes = nodes.Size() + FunctionHeaderSize + 4;
+    const std::size_t fileBytes = nodes.Size() + kFunctionHeaderSize + 4;
     nodes.Function(FileEnd, LE32(static_cast<std::uint32_t>(fileBytes)));
 }
 
@@ -298,7 +298,7 @@ void EndParagraph(Book& book, std::u16string& paragraph) {
         return;
     if (book.chapters.empty())
         book.chapters.emplace_back();
-    book.chapters.back().text += paragraph + paragraphSeparator;
+    book.chapters.back().text += paragraph + kParagraphSeparator;
     paragraph.clear();
 }
 
@@ -353,7 +353,7 @@ Book BookFromText(const std::string& utf8) {
             EndParagraph(book, paragraph);
         if (heading) {
             const std::u16string title = Trimmed(lines[i].substr(2));
-            book.chapters.push_back({title, title + paragraphSeparator});
+            book.chapters.push_back({title, title + kParagraphSeparator});
         } else if (!lines[i].empty()) {
             JoinLine(paragraph, lines[i]);
         }

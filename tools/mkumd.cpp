@@ -20,7 +20,7 @@
 namespace {
 
 constexpr int failure = 1;
-constexpr int badUsage = 2;
+constexpr int kBadUsage = 2;
 
 constexpr const char* description =
     "Turns a UTF-8 text into a UMD book.\n\n"
@@ -144,7 +144,7 @@ int Run(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : badUsage;
+        return app.exit(error) == 0 ? 0 : kBadUsage;
     }
     MakeBook(arguments);
     return 0;

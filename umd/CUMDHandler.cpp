@@ -49,7 +49,7 @@ unsigned short* CopyUnits(const Bytes& text) {
     return copy;
 }
 
-// Counts what a zlib stream inflates to, piece by piece through `scratch` of InflateBufferSize
+// Counts what a zlib stream inflates to, piece by piece through `scratch` of kInflateBufferSize
 // bytes: time grows with the count, memory does not. -1: damaged, cut off, or more than an int
 // holds. A pass of inflate that makes no progress is an error to zlib, and so ends the loop.
 int CountInflated(const unsigned char* compressed, uInt size, unsigned char* scratch) {
@@ -60,27 +60,27 @@ int CountInflated(const unsigned char* compressed, uInt size, unsigned char* scr
         return -1;
     std::int64_t count = 0;
     int result = Z_OK;
-    while (result == Z_OK && count <= UMDFormat::MaxOffset) {
+    while (result == Z_OK && count <= UMDFormat::kMaxOffset) {
         stream.next_out = scratch;
-        stream.avail_out = UMDFormat::InflateBufferSize;
+        stream.avail_out = UMDFormat::kInflateBufferSize;
         result = inflate(&stream, Z_NO_FLUSH);
-        count += UMDFormat::InflateBufferSize - static_cast<int>(stream.avail_out);
+        count += UMDFormat::kInflateBufferSize - static_cast<int>(stream.avail_out);
     }
     inflateEnd(&stream);
-    return result == Z_STREAM_END && count <= UMDFormat::MaxOffset ? static_cast<int>(count) : -1;
+    return result == Z_STREAM_END && count <= UMDFormat::kMaxOffset ? static_cast<int>(count) : -1;
 }
 
-// The buffer for `count` inflated bytes, more than InflateBufferSize.
+// The buffer for `count` inflated bytes, more than kInflateBufferSize.
 uLong InflateBufferFor(int count) {
-    const uLong step = UMDFormat::InflateBufferStep;
-    const uLong beyond = static_cast<uLong>(count) - UMDFormat::InflateBufferSize;
-    return UMDFormat::InflateBufferSize + (beyond + step - 1) / step * step;
+    const uLong step = UMDFormat::kInflateBufferStep;
+    const uLong beyond = static_cast<uLong>(count) - UMDFormat::kInflateBufferSize;
+    return UMDFormat::kInflateBufferSize + (beyond + step - 1) / step * step;
 }
 
 // Inflates into the usual buffer or, when that is too small, into one of the size that a count
 // finds.
 Bytes Inflate(const unsigned char* compressed, uInt size, int* length) {
-    uLongf inflated = UMDFormat::InflateBufferSize;
+    uLongf inflated = UMDFormat::kInflateBufferSize;
     Bytes text = Allocate(inflated);
     if (!text)
         return nullptr;
@@ -123,11 +123,11 @@ bool CUMDHandler::StreamIsUsable() {
 
 int CUMDHandler::Initialize() {
     long length = 0;
-    if (m_pStream->Seek(UMDFormat::FirstNodeOffset, SeekFromBegin, nullptr) < 0 ||
+    if (m_pStream->Seek(UMDFormat::kFirstNodeOffset, SeekFromBegin, nullptr) < 0 ||
         m_pStream->GetLength(&length) < 0)
         return 0;
     UMDNode node = {};
-    node.offset = UMDFormat::FirstNodeOffset;
+    node.offset = UMDFormat::kFirstNodeOffset;
     Step step = Step::GoOn;
     while (step == Step::GoOn && ReadNextFunctionNode(&node))
         step = ReadFunction(&node);
@@ -159,13 +159,13 @@ CUMDHandler::Step CUMDHandler::ReadFunction(UMDNode* node) {
 CUMDHandler::Step CUMDHandler::ReadBookType(const UMDNode& node) {
     unsigned char type = 0;
     const bool read = ReadAt(node.contentOffset, &type, 1) >= 0;
-    return read && type == UMDFormat::TextBook ? Step::GoOn : Step::Failed;
+    return read && type == UMDFormat::kTextBook ? Step::GoOn : Step::Failed;
 }
 
 CUMDHandler::Step CUMDHandler::ReadContentLength(const UMDNode& node) {
-    unsigned char content[UMDFormat::IntegerSize];
-    if (node.contentLength != UMDFormat::IntegerSize ||
-        ReadAt(node.contentOffset, content, UMDFormat::IntegerSize) != UMDFormat::IntegerSize)
+    unsigned char content[UMDFormat::kIntegerSize];
+    if (node.contentLength != UMDFormat::kIntegerSize ||
+        ReadAt(node.contentOffset, content, UMDFormat::kIntegerSize) != UMDFormat::kIntegerSize)
         return Step::Failed;
     m_nContentLength = LoadInteger(content);
     return Step::GoOn;
@@ -211,7 +211,7 @@ CUMDHandler::Step CUMDHandler::ReadChapterTable(UMDNode* node) {
         return Step::Failed;
     const Bytes table = Allocate(static_cast<std::size_t>(size));
     if (!table || ReadAt(node->contentOffset, table.get(), size) != size ||
-        !StoreChapterOffsets(table.get(), size / UMDFormat::IntegerSize))
+        !StoreChapterOffsets(table.get(), size / UMDFormat::kIntegerSize))
         return Step::Failed;
     return Step::GoOn;
 }
@@ -222,14 +222,14 @@ bool CUMDHandler::StoreChapterOffsets(const unsigned char* table, int count) {
         return false;
     m_nChapterCount = count;
     ChapterEntry* chapters = m_pChapters.get();
-    for (int i = 0; i < count; ++i, table += UMDFormat::IntegerSize)
+    for (int i = 0; i < count; ++i, table += UMDFormat::kIntegerSize)
         chapters[i].offset = LoadInteger(table);
     return true;
 }
 
 CUMDHandler::Step CUMDHandler::ReadChapterTitles(UMDNode* node) {
-    unsigned char content[UMDFormat::IntegerSize] = {};
-    const int size = std::min<int>(node->contentLength, UMDFormat::IntegerSize);
+    unsigned char content[UMDFormat::kIntegerSize] = {};
+    const int size = std::min<int>(node->contentLength, UMDFormat::kIntegerSize);
     if (ReadAt(node->contentOffset, content, size) < 0)
         return Step::Failed;
     const Following following = ReadFollowingDataNode(node);
@@ -243,12 +243,12 @@ CUMDHandler::Step CUMDHandler::ReadChapterTitles(UMDNode* node) {
 
 // A block that claims more than the file holds reads as if zeros followed, which are empty titles.
 // Of those zeros no more are allocated than the chapters can use: the record that the file's end
-// cuts off may need MaxTitleRecordSize, and each chapter after it one.
+// cuts off may need kMaxTitleRecordSize, and each chapter after it one.
 bool CUMDHandler::ReadTitleBlock(const UMDNode& block) {
     const std::int64_t held = BytesFrom(block.contentOffset);
     if (held < 0)
         return false;
-    const std::int64_t useful = held + UMDFormat::MaxTitleRecordSize + m_nChapterCount;
+    const std::int64_t useful = held + UMDFormat::kMaxTitleRecordSize + m_nChapterCount;
     const int size = static_cast<int>(std::min<std::int64_t>(block.contentLength, useful));
     const Bytes titles = AllocateText(size);
     return titles && ReadAt(block.contentOffset, titles.get(), size) >= 0 &&
@@ -285,7 +285,7 @@ CUMDHandler::Step CUMDHandler::ReadChunkRun(UMDNode* node) {
 
 int CUMDHandler::AddChunkToList(int offset, int length) {
     if (m_nChunkCount == m_nChunkCapacity) {
-        const int capacity = m_nChunkCapacity + UMDFormat::ChunkListGrowth;
+        const int capacity = m_nChunkCapacity + UMDFormat::kChunkListGrowth;
         void* grown =
             std::realloc(m_pChunks.get(), static_cast<std::size_t>(capacity) * sizeof(ChunkEntry));
         if (!grown)
@@ -302,32 +302,32 @@ int CUMDHandler::AddChunkToList(int offset, int length) {
 
 int CUMDHandler::ReadFunctionNode(int offset, UMDNode* node) {
     using namespace UMDFormat;
-    unsigned char header[FunctionHeaderSize];
-    if (ReadAt(offset, header, FunctionHeaderSize) != FunctionHeaderSize ||
-        header[0] != FunctionMark)
+    unsigned char header[kFunctionHeaderSize];
+    if (ReadAt(offset, header, kFunctionHeaderSize) != kFunctionHeaderSize ||
+        header[0] != kFunctionMark)
         return 0;
     const int position = Position();
     if (position < 0)
         return 0;
-    const int type = static_cast<std::int16_t>(LoadLE16(header + FunctionTypeAt));
-    const int length = header[FunctionLengthAt];
-    *node = {offset, length, type, length - FunctionHeaderSize, position};
+    const int type = static_cast<std::int16_t>(LoadLE16(header + kFunctionTypeAt));
+    const int length = header[kFunctionLengthAt];
+    *node = {offset, length, type, length - kFunctionHeaderSize, position};
     return 1;
 }
 
 int CUMDHandler::ReadDataNode(int offset, UMDNode* node) {
     using namespace UMDFormat;
-    unsigned char header[DataHeaderSize];
-    if (ReadAt(offset, header, DataHeaderSize) != DataHeaderSize || header[0] != DataMark)
+    unsigned char header[kDataHeaderSize];
+    if (ReadAt(offset, header, kDataHeaderSize) != kDataHeaderSize || header[0] != kDataMark)
         return 0;
     const int position = Position();
     if (position < 0)
         return 0;
-    const std::int32_t identifier = LoadInteger(header + DataIdentifierAt);
-    const std::uint32_t length = LoadLE32(header + DataLengthAt);
+    const std::int32_t identifier = LoadInteger(header + kDataIdentifierAt);
+    const std::uint32_t length = LoadLE32(header + kDataLengthAt);
     // Unsigned, because a length near -2^31 has no room for the subtraction.
     *node = {offset, static_cast<std::int32_t>(length), identifier,
-             static_cast<std::int32_t>(length - DataHeaderSize), position};
+             static_cast<std::int32_t>(length - kDataHeaderSize), position};
     return 1;
 }
 
@@ -335,18 +335,18 @@ int CUMDHandler::ReadDataNode(int offset, UMDNode* node) {
 // ends the parse, as does a node whose header would pass MaxOffset.
 bool CUMDHandler::ReadNextFunctionNode(UMDNode* node) {
     const std::int64_t offset = std::int64_t{node->offset} + node->length;
-    return offset <= UMDFormat::MaxOffset - UMDFormat::FunctionHeaderSize &&
+    return offset <= UMDFormat::kMaxOffset - UMDFormat::kFunctionHeaderSize &&
            ReadFunctionNode(static_cast<int>(offset), node) &&
-           node->length >= UMDFormat::FunctionHeaderSize;
+           node->length >= UMDFormat::kFunctionHeaderSize;
 }
 
 CUMDHandler::Following CUMDHandler::ReadFollowingDataNode(UMDNode* node) {
     const std::int64_t offset = std::int64_t{node->offset} + node->length;
-    if (offset > UMDFormat::MaxOffset - UMDFormat::DataHeaderSize)
+    if (offset > UMDFormat::kMaxOffset - UMDFormat::kDataHeaderSize)
         return Following::End;
     if (!ReadDataNode(static_cast<int>(offset), node))
         return Following::Other;
-    return node->length < UMDFormat::DataHeaderSize ? Following::End : Following::DataNode;
+    return node->length < UMDFormat::kDataHeaderSize ? Following::End : Following::DataNode;
 }
 
 // --- the stream ---------------------------------------------------------------------------------
@@ -364,7 +364,7 @@ int CUMDHandler::Position() {
     if (m_pStream->Tell(&told) < 0)
         return -1;
     const std::int64_t position = told;
-    return position >= 0 && position <= UMDFormat::MaxOffset ? static_cast<int>(position) : -1;
+    return position >= 0 && position <= UMDFormat::kMaxOffset ? static_cast<int>(position) : -1;
 }
 
 std::int64_t CUMDHandler::BytesFrom(int offset) {

@@ -8,24 +8,24 @@ namespace QvFormat::UMDFormat {
 // --- file ---------------------------------------------------------------------------------------
 
 // Nodes follow the 4 bytes of the file's signature, which readers ignore.
-constexpr int FirstNodeOffset = 4;
+constexpr int kFirstNodeOffset = 4;
 
 // Offsets and sizes are signed 32-bit integers; a node whose header would pass this is not read.
-constexpr int MaxOffset = INT_MAX;
+constexpr int kMaxOffset = INT_MAX;
 
 // --- nodes --------------------------------------------------------------------------------------
 
 // Function node: mark (1 byte), type (2, signed), flag (1, ignored), length of the node (1).
-constexpr unsigned char FunctionMark = 0x23;
-constexpr int FunctionHeaderSize = 5;
-constexpr int FunctionTypeAt = 1;
-constexpr int FunctionLengthAt = 4;
+constexpr unsigned char kFunctionMark = 0x23;
+constexpr int kFunctionHeaderSize = 5;
+constexpr int kFunctionTypeAt = 1;
+constexpr int kFunctionLengthAt = 4;
 
 // Data node: mark (1 byte), identifier (4), length of the node (4, signed).
-constexpr unsigned char DataMark = 0x24;
-constexpr int DataHeaderSize = 9;
-constexpr int DataIdentifierAt = 1;
-constexpr int DataLengthAt = 5;
+constexpr unsigned char kDataMark = 0x24;
+constexpr int kDataHeaderSize = 9;
+constexpr int kDataIdentifierAt = 1;
+constexpr int kDataLengthAt = 5;
 
 // Types of function nodes. Readers skip all others.
 enum FunctionType : int {
@@ -48,22 +48,22 @@ enum FunctionType : int {
 // --- contents -----------------------------------------------------------------------------------
 
 // The one book type that holds text.
-constexpr unsigned char TextBook = 1;
+constexpr unsigned char kTextBook = 1;
 
 // An integer: the declared content length, an entry of the chapter offset table, an identifier.
-constexpr int IntegerSize = 4;
+constexpr int kIntegerSize = 4;
 
 // A title record is one length byte and at most 255 bytes of text.
-constexpr int MaxTitleRecordSize = 1 + 255;
+constexpr int kMaxTitleRecordSize = 1 + 255;
 
 // --- memory -------------------------------------------------------------------------------------
 
 // Entries by which the chunk list grows: 100 chunks of 32 KiB are 3 MB of text, a long novel.
-constexpr int ChunkListGrowth = 100;
+constexpr int kChunkListGrowth = 100;
 
 // The buffer a chunk is inflated into first: 32 KiB, the usual chunk, with 1 KiB to spare. A larger
 // chunk gets the smallest buffer of this size plus whole steps that holds it.
-constexpr int InflateBufferSize = 33792;
-constexpr int InflateBufferStep = 10240;
+constexpr int kInflateBufferSize = 33792;
+constexpr int kInflateBufferStep = 10240;
 
 } // namespace QvFormat::UMDFormat

@@ -15,8 +15,8 @@ namespace umdhost {
 
 namespace {
 
-constexpr long firstNode = 4; // the file's signature comes before it
-constexpr int nodeMark = '#';
+constexpr long kFirstNode = 4; // the file's signature comes before it
+constexpr int kNodeMark = '#';
 
 std::unique_ptr<QvFormat::CFileStream> OpenStream(const std::string& path) {
     return std::make_unique<QvFormat::CFileStream>(
@@ -26,8 +26,8 @@ std::unique_ptr<QvFormat::CFileStream> OpenStream(const std::string& path) {
 bool BeginsLikeABook(const std::string& path) {
     const auto stream = OpenStream(path);
     int mark = 0;
-    stream->Seek(firstNode, QvFormat::SeekFromBegin, nullptr);
-    return stream->ReadByte(&mark) == QvFormat::QV_S_OK && mark == nodeMark;
+    stream->Seek(kFirstNode, QvFormat::SeekFromBegin, nullptr);
+    return stream->ReadByte(&mark) == QvFormat::QV_S_OK && mark == kNodeMark;
 }
 
 std::string WhyNoText(const std::string& path, int declaredBytes) {
@@ -77,7 +77,7 @@ BookStrings Book::Strings() const {
 
 std::int64_t Book::BlockCount() const {
     const std::int64_t bytes = DeclaredBytes();
-    return bytes > 0 ? (bytes + blockBytes - 1) / blockBytes : 0;
+    return bytes > 0 ? (bytes + kBlockBytes - 1) / kBlockBytes : 0;
 }
 
 std::string Book::ChapterTitle(int index) const {

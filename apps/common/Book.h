@@ -12,7 +12,7 @@
 namespace umdhost {
 
 // The library cuts the text into blocks of this many bytes; places in a book are told in blocks.
-constexpr int blockBytes = 128;
+constexpr int kBlockBytes = 128;
 
 // One piece of the book's text, UTF-16LE bytes. Pieces may end inside a character.
 struct Chunk {

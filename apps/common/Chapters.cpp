@@ -15,7 +15,7 @@ struct Lead {
     std::size_t index;   // of the chapter
     std::string text; // UTF-16LE, from the block's beginning to the end of the chapter's first unit
 
-    std::int64_t BlockOffset() const { return offset - offset % blockBytes; }
+    std::int64_t BlockOffset() const { return offset - offset % kBlockBytes; }
     std::int64_t End() const { return offset + unitBytes; }
 
     static constexpr std::int64_t unitBytes = 2;
@@ -65,7 +65,7 @@ void SetBegin(Chapter& chapter, const Lead& lead, const Book& book) {
     TextDecoder decoder;
     const std::string before = decoder.Decode(
         reinterpret_cast<const unsigned char*>(lead.text.data()), size - Lead::unitBytes);
-    const std::int64_t block = lead.offset / blockBytes;
+    const std::int64_t block = lead.offset / kBlockBytes;
     chapter.place = {static_cast<unsigned int>(block), static_cast<unsigned int>(before.size())};
     chapter.percent = book.Percent(block).value_or(0);
     chapter.begin = lead.offset - (decoder.IsInsideCharacter() ? Lead::unitBytes : 0);

@@ -15,12 +15,9 @@ using namespace QvFormat;
 
 namespace {
 
-// The file id under which the renderer keeps its place.
-constexpr unsigned int commonFileId = 0xFFFFFFFF;
-
 std::unique_ptr<IBookInfoProxy> BookInfoOf(IBookInfoEntity& entity) {
     IBookInfoProxy* proxy = nullptr;
-    entity.GetInfoProxy(&proxy, commonFileId);
+    entity.GetInfoProxy(&proxy, kCommonFileId);
     return std::unique_ptr<IBookInfoProxy>(proxy);
 }
 

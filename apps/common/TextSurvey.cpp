@@ -25,7 +25,7 @@ void TextSurvey::AddUnit(unsigned int unit) {
     if (!secondHalf)
         ++m_nCharacters;
     m_bHighSurrogate = (unit & 0xFC00u) == 0xD800u;
-    if (m_bHighSurrogate && (m_nBytes % blockBytes == 0 || m_nBytes == m_nDeclaredBytes))
+    if (m_bHighSurrogate && (m_nBytes % kBlockBytes == 0 || m_nBytes == m_nDeclaredBytes))
         m_nLastCut = m_nBytes - 2;
 }
 

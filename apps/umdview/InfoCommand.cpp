@@ -87,7 +87,7 @@ Json ToJson(const Book& book, const TextSurvey& survey, const Chapters& chapters
     json["actualCharacters"] = survey.Characters();
     json["lengthsAgree"] = book.DeclaredBytes() == survey.Bytes();
     json["blocks"] = book.BlockCount();
-    json["blockBytes"] = blockBytes;
+    json["blockBytes"] = kBlockBytes;
     json["place"] = ToJson(ReadPlace(book.Path()), book);
     json["chapters"] = ToJson(chapters, book);
     json["warnings"] = survey.Warnings();
@@ -123,7 +123,7 @@ std::string ToLines(const Book& book, const TextSurvey& survey, const Chapters& 
            Line("Declared", std::to_string(book.DeclaredBytes()) + " bytes of text") +
            Line("Actual", std::to_string(survey.Bytes()) + " bytes of text, " +
                               std::to_string(survey.Characters()) + " characters") +
-           Line("Blocks", std::to_string(book.BlockCount()) + " of " + std::to_string(blockBytes) +
+           Line("Blocks", std::to_string(book.BlockCount()) + " of " + std::to_string(kBlockBytes) +
                               " bytes") +
            Line("Place", ToText(ReadPlace(book.Path()), book)) +
            Line("Chapters", chapters.empty() ? "-" : std::to_string(chapters.size())) +

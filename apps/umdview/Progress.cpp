@@ -12,12 +12,12 @@ namespace {
 
 constexpr std::chrono::milliseconds firstDelay(500); // a shorter run needs no bar
 constexpr std::chrono::milliseconds interval(100);
-constexpr long barWidth = 40;
+constexpr long kBarWidth = 40;
 
 std::string Bar(long done, long total) {
-    const long filled = std::clamp(done * barWidth / total, 0L, barWidth);
+    const long filled = std::clamp(done * kBarWidth / total, 0L, kBarWidth);
     return "[" + std::string(static_cast<std::size_t>(filled), '#') +
-           std::string(static_cast<std::size_t>(barWidth - filled), '.') + "]";
+           std::string(static_cast<std::size_t>(kBarWidth - filled), '.') + "]";
 }
 
 } // namespace

@@ -14,12 +14,12 @@ using namespace umdhost;
 
 namespace {
 
-constexpr unsigned int dotsPerInch = 72; // a font's points are pixels then
+constexpr unsigned int kDotsPerInch = 72; // a font's points are pixels then
 
 std::unique_ptr<ITextLayout> NewLayout(const Look& look) {
     auto layout =
         std::make_unique<CPangoLayout>(look.font.c_str(), look.width - 2 * look.margin,
-                                       look.height - 2 * look.margin, dotsPerInch, dotsPerInch);
+                                       look.height - 2 * look.margin, kDotsPerInch, kDotsPerInch);
     layout->SetWrap(QVLayoutWrapWordChar); // else a word longer than a line runs off the screen
     layout->SetLineSpacing(look.lineSpacing);
     return layout;

@@ -16,7 +16,7 @@ using namespace umdhost;
 
 namespace {
 
-constexpr std::string_view magic = "QVP";
+constexpr std::string_view kMagic = "QVP";
 
 bool IsFile(const std::string& path) {
     std::error_code error;
@@ -24,9 +24,9 @@ bool IsFile(const std::string& path) {
 }
 
 bool BeginsLikeReadingData(const std::string& path) {
-    char begin[magic.size()] = {};
+    char begin[kMagic.size()] = {};
     std::ifstream(path, std::ios::binary).read(begin, sizeof(begin));
-    return std::string_view(begin, sizeof(begin)) == magic;
+    return std::string_view(begin, sizeof(begin)) == kMagic;
 }
 
 // The file itself, or the one beside the book of that name.

@@ -21,7 +21,7 @@ using namespace QvFormat;
 
 namespace {
 
-constexpr std::uint32_t countBytes = 4; // every record of a list begins with its count
+constexpr std::uint32_t kCountBytes = 4; // every record of a list begins with its count
 
 // False for what the file does not hold.
 bool Succeeded(QVRESULT result) {
@@ -123,7 +123,7 @@ struct StringField {
     QVRESULT (IBookInfoProxy::*get)(char**);
 };
 
-constexpr StringField stringFields[] = {
+constexpr StringField kStringFields[] = {
     {"bookName", &IBookInfoProxy::GetBookName},
     {"author", &IBookInfoProxy::GetAuthorName},
     {"coverPagePath", &IBookInfoProxy::GetCoverPagePath},
@@ -160,7 +160,7 @@ Json DecodeBookInfo(CQvpFile& file, unsigned int id, std::string* wrong) {
     info->GetIsSerialized(&serialized);
     info->GetBookSource(&source);
     Json json;
-    for (const StringField& field : stringFields)
+    for (const StringField& field : kStringFields)
         json[field.name] = StringOf(*info, field);
     json["bookSource"] = static_cast<int>(source);
     json["readingProgress"] = progress;
@@ -192,7 +192,7 @@ Json DecodeRecord(const ReadingDataFile& file, const Record& record, std::string
         *wrong = "it cannot be read";
     else if (record.type == QvpNodeBookInfo)
         return DecodeBookInfo(one, record.id, wrong);
-    else if (record.length < countBytes)
+    else if (record.length < kCountBytes)
         *wrong = "it is too short for a list";
     if (!wrong->empty())
         return nullptr;

@@ -17,17 +17,17 @@ using namespace umdhost;
 
 namespace {
 
-constexpr std::int64_t pieceBytes = 32768;            // converted at a time, however big the chunk
-constexpr char paragraphSeparator[] = "\xE2\x80\xA9"; // U+2029
-constexpr std::size_t separatorBytes = sizeof(paragraphSeparator) - 1;
+constexpr std::int64_t kPieceBytes = 32768;            // converted at a time, however big the chunk
+constexpr char kParagraphSeparator[] = "\xE2\x80\xA9"; // U+2029
+constexpr std::size_t kSeparatorBytes = sizeof(kParagraphSeparator) - 1;
 
 std::string WithNewlines(const std::string& text) {
     std::string lines;
     std::size_t from = 0;
-    for (std::size_t at = text.find(paragraphSeparator); at != std::string::npos;
-         at = text.find(paragraphSeparator, from)) {
+    for (std::size_t at = text.find(kParagraphSeparator); at != std::string::npos;
+         at = text.find(kParagraphSeparator, from)) {
         lines.append(text, from, at - from).append("\n");
-        from = at + separatorBytes;
+        from = at + kSeparatorBytes;
     }
     return lines.append(text, from, std::string::npos);
 }
@@ -51,8 +51,8 @@ void WriteChunk(const Chunk& chunk, std::int64_t at, const Range& range, TextDec
     const auto size = static_cast<std::int64_t>(chunk.size);
     const std::int64_t end = std::min(size, range.end - at);
     for (std::int64_t from = std::max<std::int64_t>(range.begin - at, 0); from < end;
-         from += pieceBytes) {
-        const auto count = static_cast<std::size_t>(std::min(pieceBytes, end - from));
+         from += kPieceBytes) {
+        const auto count = static_cast<std::size_t>(std::min(kPieceBytes, end - from));
         const std::string text = decoder.Decode(chunk.bytes.get() + from, count);
         WriteOut(raw ? text : WithNewlines(text));
     }

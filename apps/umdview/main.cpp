@@ -21,10 +21,10 @@ namespace {
 using namespace umdview;
 using namespace umdhost;
 
-constexpr int exitBadUsage = 2;
-constexpr unsigned int maxScreenSide = 10000; // pixels
-constexpr long maxLetterSize = 1000;          // pixels
-constexpr long maxNumber = 999999999;         // of a screen or a chapter
+constexpr int kExitBadUsage = 2;
+constexpr unsigned int kMaxScreenSide = 10000; // pixels
+constexpr long kMaxLetterSize = 1000;          // pixels
+constexpr long kMaxNumber = 999999999;         // of a screen or a chapter
 
 struct Arguments {
     std::string book;
@@ -47,10 +47,10 @@ long ParseNumber(const std::string& option, const std::string& text, long most) 
 
 void ParseScreens(const std::string& text, ScreenRange& screens) {
     const std::size_t dash = text.find('-');
-    screens.first = ParseNumber("--screens", text.substr(0, dash), maxNumber);
+    screens.first = ParseNumber("--screens", text.substr(0, dash), kMaxNumber);
     screens.last = screens.first;
     if (dash != std::string::npos)
-        screens.last = ParseNumber("--screens", text.substr(dash + 1), maxNumber);
+        screens.last = ParseNumber("--screens", text.substr(dash + 1), kMaxNumber);
     if (screens.last < screens.first)
         throw CLI::ValidationError("--screens", "\"" + text + "\" ends before it begins");
 }
@@ -58,7 +58,7 @@ void ParseScreens(const std::string& text, ScreenRange& screens) {
 // The size is the description's last word, as in "Serif 24".
 void ParseFont(const std::string& text, Look& look) {
     const std::string size = text.substr(text.find_last_of(' ') + 1);
-    look.letterSize = static_cast<unsigned int>(ParseNumber("--font", size, maxLetterSize));
+    look.letterSize = static_cast<unsigned int>(ParseNumber("--font", size, kMaxLetterSize));
     look.font = text;
 }
 
@@ -82,7 +82,7 @@ void Complete(Arguments& arguments) {
 
 // From `least` up; help texts are told without it.
 CLI::Validator Pixels(unsigned int least) {
-    return CLI::Range(least, maxScreenSide).description("");
+    return CLI::Range(least, kMaxScreenSide).description("");
 }
 
 CLI::App* AddCommand(CLI::App& app, const std::string& name, const std::string& purpose) {
@@ -109,7 +109,7 @@ void AddReadingDataCommand(CLI::App& app, Arguments& arguments) {
 
 CLI::Option* AddChapterOption(CLI::App& command, Arguments& arguments, const char* purpose) {
     return command.add_option("--chapter", arguments.render.chapter, purpose)
-        ->check(CLI::Range(1L, maxNumber).description(""))
+        ->check(CLI::Range(1L, kMaxNumber).description(""))
         ->type_name("N");
 }
 
@@ -181,7 +181,7 @@ int StopAtArguments(const CLI::App& app, const CLI::ParseError& error) {
     if (error.get_exit_code() == EXIT_SUCCESS)
         return app.exit(error);
     std::fprintf(stderr, "umdview: %s\nTry umdview --help.\n", error.what());
-    return exitBadUsage;
+    return kExitBadUsage;
 }
 
 int Run(const CLI::App& app, Arguments& arguments) {

@@ -16,9 +16,9 @@ using namespace QvFormat;
 
 namespace {
 
-constexpr int mostTextBytes = 1 << 15; // the library lays out less at a time
-constexpr int unitsOfABlock = umdhost::blockBytes / 2;
-constexpr int blocksNearby = 8; // how far a paragraph's begin is looked for
+constexpr int kMostTextBytes = 1 << 15; // the library lays out less at a time
+constexpr int kUnitsOfABlock = umdhost::kBlockBytes / 2;
+constexpr int kBlocksNearby = 8; // how far a paragraph's begin is looked for
 
 bool EndsParagraph(char16_t unit) {
     return unit == 0x2029 || unit == '\n' || unit == '\r';
@@ -170,7 +170,7 @@ std::optional<Place> Pages::PlaceOf(const QVLayoutLineInfo& line) {
 // number of them.
 std::optional<Place> Pages::AfterText(int offsetInside) {
     int offset = offsetInside;
-    for (int step = mostTextBytes; step > 0; step /= 2) {
+    for (int step = kMostTextBytes; step > 0; step /= 2) {
         if (PlaceOf({offset + step, 0}))
             offset += step;
     }
@@ -216,7 +216,8 @@ std::string Pages::TextAt(const Place& place, long characters) {
 
 Place Pages::ParagraphAfter(int block) {
     const std::string bytes = Bytes(block);
-    const std::size_t most = std::min(bytes.size() / 2, std::size_t{blocksNearby * unitsOfABlock});
+    const std::size_t most =
+        std::min(bytes.size() / 2, std::size_t{kBlocksNearby * kUnitsOfABlock});
     for (std::size_t unit = 0; block > 0 && unit + 1 < most; ++unit) {
         if (EndsParagraph(UnitAt(bytes, unit)) && !EndsParagraph(UnitAt(bytes, unit + 1)))
             return PlaceOfUnit(bytes, unit + 1, block);
@@ -225,10 +226,10 @@ Place Pages::ParagraphAfter(int block) {
 }
 
 Place Pages::ParagraphBefore(const Place& place) {
-    const int first = std::max(static_cast<int>(place.block) - blocksNearby, 0);
+    const int first = std::max(static_cast<int>(place.block) - kBlocksNearby, 0);
     const std::string bytes = Bytes(first);
     const std::size_t blocks = place.block - static_cast<unsigned int>(first);
-    std::size_t unit = std::min(blocks * unitsOfABlock + place.offset, bytes.size() / 2);
+    std::size_t unit = std::min(blocks * kUnitsOfABlock + place.offset, bytes.size() / 2);
     while (unit > 0 && place < PlaceOfUnit(bytes, unit, first))
         --unit;
     for (; unit > 0; --unit) {

@@ -22,9 +22,6 @@ using umdhost::Place;
 
 namespace {
 
-// The file id of the book's own records.
-constexpr unsigned int commonFileId = 0xFFFFFFFF;
-
 // Keeps others of us from changing the reading data meanwhile. The lock is on the book, which stays
 // where it is when the file beside it is replaced. One that cannot be had is done without: changes
 // take milliseconds, so who holds it longer is no reader.
@@ -98,7 +95,7 @@ bool AreSame(const Marks& a, const Marks& b) {
 
 // Fails when the list is there but cannot be read: it must then not be replaced.
 bool ReadMarks(CQvpFile& file, QvAnnotationType type, Marks& marks) {
-    CBookAnnotationListProxy proxy(&file, commonFileId);
+    CBookAnnotationListProxy proxy(&file, kCommonFileId);
     IBookAnnotation* delivered = nullptr;
     unsigned int count = 0;
     const QVRESULT result = proxy.GetAnnotationList(type, &delivered, &count);
@@ -118,7 +115,7 @@ bool WriteMarks(CQvpFile& file, QvAnnotationType type, const Marks& marks) {
         return false;
     for (unsigned int i = 0; i < count; ++i)
         Fill(list[i], type, marks[i]);
-    CBookAnnotationListProxy proxy(&file, commonFileId);
+    CBookAnnotationListProxy proxy(&file, kCommonFileId);
     return proxy.SetAnnotationList(type, list.get(), count) == QV_S_OK && file.Flush() == QV_S_OK;
 }
 

@@ -13,8 +13,8 @@ namespace umdread {
 
 namespace {
 
-constexpr std::size_t unitsOfABlock = umdhost::blockBytes / 2;
-constexpr std::size_t unitsAround = 40; // of a hit's surroundings, on each side
+constexpr std::size_t kUnitsOfABlock = umdhost::kBlockBytes / 2;
+constexpr std::size_t kUnitsAround = 40; // of a hit's surroundings, on each side
 
 char16_t Folded(char16_t unit) {
     if (unit == 0x2018 || unit == 0x2019)
@@ -77,7 +77,7 @@ bool Search::Step() {
         --m_nUnitsLeft;
     }
     const bool last = m_nChunk == m_book.ChunkCount() || m_nUnitsLeft == 0;
-    const std::size_t kept = last ? 0 : m_sNeedle.size() + unitsAround; // for the next chunk
+    const std::size_t kept = last ? 0 : m_sNeedle.size() + kUnitsAround; // for the next chunk
     FindIn(m_folded.size() - std::min(kept, m_folded.size()));
     DropSearched();
     return !last && m_hits.size() < mostHits;
@@ -97,8 +97,8 @@ void Search::FindIn(std::size_t end) {
 
 void Search::AddHit(std::size_t unit) {
     const std::size_t end = unit + m_sNeedle.size();
-    std::size_t from = unit - std::min(unit, unitsAround);
-    std::size_t to = std::min(end + unitsAround, m_folded.size());
+    std::size_t from = unit - std::min(unit, kUnitsAround);
+    std::size_t to = std::min(end + kUnitsAround, m_folded.size());
     for (std::size_t i = from; i < unit; ++i) {
         if (IsSeparator(m_folded[i]))
             from = i + 1;
@@ -120,10 +120,10 @@ std::string Search::Text(std::size_t from, std::size_t to) const {
 
 // Whole blocks, and so many that a hit to come keeps its surroundings.
 void Search::DropSearched() {
-    const std::size_t blocks = (m_nSearched - std::min(m_nSearched, unitsAround)) / unitsOfABlock;
-    m_bytes.erase(0, 2 * blocks * unitsOfABlock);
-    m_folded.erase(0, blocks * unitsOfABlock);
-    m_nSearched -= blocks * unitsOfABlock;
+    const std::size_t blocks = (m_nSearched - std::min(m_nSearched, kUnitsAround)) / kUnitsOfABlock;
+    m_bytes.erase(0, 2 * blocks * kUnitsOfABlock);
+    m_folded.erase(0, blocks * kUnitsOfABlock);
+    m_nSearched -= blocks * kUnitsOfABlock;
     m_nFirstBlock += static_cast<int>(blocks);
 }
 

@@ -8,7 +8,7 @@ namespace umdread {
 
 namespace {
 
-constexpr char fileName[] = "settings.ini";
+constexpr char kFileName[] = "settings.ini";
 constexpr char type[] = "Type";
 constexpr char window[] = "Window";
 
@@ -28,7 +28,7 @@ void Settings::KeepInRange() {
 }
 
 Settings LoadSettings(const std::string& folder) {
-    const KeyFile file(folder, fileName);
+    const KeyFile file(folder, kFileName);
     Settings settings;
     settings.family = file.Get(type, "family", settings.family);
     settings.size = file.Get(type, "size", settings.size);
@@ -48,7 +48,7 @@ Settings LoadSettings(const std::string& folder) {
 }
 
 bool SaveSettings(const std::string& folder, const Settings& settings) {
-    KeyFile file(folder, fileName);
+    KeyFile file(folder, kFileName);
     file.Set(type, "family", settings.family);
     file.Set(type, "size", settings.size);
     file.Set(type, "spacing", settings.spacing);

@@ -10,7 +10,7 @@ namespace umdread {
 
 namespace {
 
-constexpr char fileName[] = "shelf.ini";
+constexpr char kFileName[] = "shelf.ini";
 
 // Groups sort as they were written.
 std::string Group(std::size_t index) {
@@ -26,7 +26,7 @@ void Take(std::vector<ShelvedBook>& books, const std::string& path) {
 } // namespace
 
 std::vector<ShelvedBook> Shelf::Read() const {
-    const KeyFile file(m_sFolder, fileName);
+    const KeyFile file(m_sFolder, kFileName);
     std::vector<ShelvedBook> books;
     for (const std::string& group : file.Groups()) {
         ShelvedBook book;
@@ -41,7 +41,7 @@ std::vector<ShelvedBook> Shelf::Read() const {
 }
 
 void Shelf::Write(const std::vector<ShelvedBook>& books) const {
-    KeyFile file(m_sFolder, fileName);
+    KeyFile file(m_sFolder, kFileName);
     file.Clear();
     for (std::size_t i = 0; i < books.size(); ++i) {
         file.Set(Group(i), "path", books[i].path);

@@ -8,7 +8,7 @@ namespace umdread {
 
 namespace {
 
-constexpr std::size_t unitsOfABlock = umdhost::blockBytes / 2;
+constexpr std::size_t kUnitsOfABlock = umdhost::kBlockBytes / 2;
 
 bool IsFirstHalf(char16_t unit) {
     return (unit & 0xFC00) == 0xD800;
@@ -32,9 +32,9 @@ char16_t UnitAt(const std::string& bytes, std::size_t index) {
 
 // Halves of a pair that stand alone are no text.
 umdhost::Place PlaceOfUnit(const std::string& bytes, std::size_t index, int firstBlock) {
-    const std::size_t block = index / unitsOfABlock;
+    const std::size_t block = index / kUnitsOfABlock;
     unsigned int offset = 0;
-    for (std::size_t unit = block * unitsOfABlock; unit < index; ++unit) {
+    for (std::size_t unit = block * kUnitsOfABlock; unit < index; ++unit) {
         const char16_t value = UnitAt(bytes, unit);
         if (IsFirstHalf(value) && unit + 1 < index && IsSecondHalf(UnitAt(bytes, unit + 1))) {
             offset += 4;

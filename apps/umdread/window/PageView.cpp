@@ -14,8 +14,8 @@ namespace umdread {
 
 namespace {
 
-constexpr double corner = 26;        // of the folded corner, pixels
-constexpr double farthestClick = 12; // a press and a release within it are a click
+constexpr double corner = 26;         // of the folded corner, pixels
+constexpr double kFarthestClick = 12; // a press and a release within it are a click
 
 void SetSource(const Cairo::RefPtr<Cairo::Context>& context, const Gdk::RGBA& colour,
                double opacity = 1) {
@@ -173,7 +173,7 @@ void PageView::ListenToPointer() {
 
 void PageView::OnReleased(double x, double y) {
     grab_focus();
-    if (std::hypot(x - m_nPressedX, y - m_nPressedY) > farthestClick)
+    if (std::hypot(x - m_nPressedX, y - m_nPressedY) > kFarthestClick)
         return;
     if (x > get_width() - 1.5 * corner && y < 1.5 * corner)
         m_signalCorner.emit();

@@ -15,8 +15,8 @@ namespace umdread {
 
 namespace {
 
-constexpr std::size_t mostMarks = 200;  // more would stand closer than a pixel
-constexpr unsigned int dragPause = 600; // milliseconds that end a drag
+constexpr std::size_t kMostMarks = 200;  // more would stand closer than a pixel
+constexpr unsigned int kDragPause = 600; // milliseconds that end a drag
 
 } // namespace
 
@@ -70,7 +70,7 @@ void PlaceBar::SetSession(Session* session) {
     m_scale.clear_marks();
     if (session == nullptr)
         return;
-    if (session->Chapters().size() <= mostMarks) {
+    if (session->Chapters().size() <= kMostMarks) {
         for (const umdhost::Chapter& chapter : session->Chapters())
             m_scale.add_mark(session->FractionOf(*chapter.place), Gtk::PositionType::BOTTOM, "");
     }
@@ -97,7 +97,7 @@ void PlaceBar::Dragged(double fraction) {
             m_signalDropped.emit();
             return false;
         },
-        dragPause);
+        kDragPause);
     m_signalDragged.emit(fraction, first);
 }
 

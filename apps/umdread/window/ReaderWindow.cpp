@@ -16,7 +16,7 @@ namespace umdread {
 
 namespace {
 
-constexpr int panelWidth = 320;
+constexpr int kPanelWidth = 320;
 constexpr int narrowest = 840;      // of a window that has the panel beside the page, not over it
 constexpr unsigned int said = 2000; // milliseconds that a short message stands
 
@@ -279,7 +279,7 @@ void ReaderWindow::FitPanel() {
     m_panelSlide.set_reveal_child(shown);
     m_panelSlide.set_visible(shown);
     const bool beside = get_width() >= narrowest;
-    m_column.set_margin_start(shown && beside ? panelWidth : 0);
+    m_column.set_margin_start(shown && beside ? kPanelWidth : 0);
     if (beside)
         m_panel.remove_css_class("over");
     else

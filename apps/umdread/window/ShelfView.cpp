@@ -18,25 +18,25 @@ namespace umdread {
 
 namespace {
 
-constexpr int coverWidth = 132;
-constexpr int coverHeight = 184;
+constexpr int kCoverWidth = 132;
+constexpr int kCoverHeight = 184;
 
 struct Cloth {
     double red, green, blue;
 };
 
 // Muted, so that a shelf of them stays calm.
-constexpr std::array<Cloth, 6> cloths = {{{0.36, 0.25, 0.22},
-                                          {0.21, 0.33, 0.38},
-                                          {0.31, 0.36, 0.25},
-                                          {0.45, 0.32, 0.19},
-                                          {0.33, 0.27, 0.38},
-                                          {0.47, 0.24, 0.22}}};
+constexpr std::array<Cloth, 6> kCloths = {{{0.36, 0.25, 0.22},
+                                           {0.21, 0.33, 0.38},
+                                           {0.31, 0.36, 0.25},
+                                           {0.45, 0.32, 0.19},
+                                           {0.33, 0.27, 0.38},
+                                           {0.47, 0.24, 0.22}}};
 
 // A bound book: cloth, a darker spine, the title in pale letters.
 void PaintCover(Gtk::DrawingArea& area, const Cairo::RefPtr<Cairo::Context>& context, int width,
                 int height, const std::string& title) {
-    const Cloth& cloth = cloths[std::hash<std::string>()(title) % cloths.size()];
+    const Cloth& cloth = kCloths[std::hash<std::string>()(title) % kCloths.size()];
     context->set_source_rgb(cloth.red, cloth.green, cloth.blue);
     context->paint();
     context->set_source_rgba(0, 0, 0, 0.22);
@@ -123,8 +123,8 @@ void ShelfView::Show(const std::vector<ShelvedBook>& books) {
 Gtk::Widget* ShelfView::MakeCard(const ShelvedBook& book) {
     auto* card = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::VERTICAL, 4);
     auto* cover = Gtk::make_managed<Gtk::DrawingArea>();
-    cover->set_content_width(coverWidth);
-    cover->set_content_height(coverHeight);
+    cover->set_content_width(kCoverWidth);
+    cover->set_content_height(kCoverHeight);
     cover->add_css_class("cover");
     cover->set_draw_func([cover, title = book.title](const Cairo::RefPtr<Cairo::Context>& context,
                                                      int width, int height) {

@@ -11,7 +11,7 @@ namespace umdread {
 
 namespace {
 
-constexpr std::array<const char*, 3> themeStyles = {"light", "sepia", "dark"};
+constexpr std::array<const char*, 3> kThemeStyles = {"light", "sepia", "dark"};
 
 int Chosen(const std::array<Gtk::ToggleButton, 3>& choice) {
     const auto active = std::find_if(choice.begin(), choice.end(),
@@ -55,7 +55,7 @@ Gtk::Widget& TypePopover::MakeThemes() {
     row.remove_css_class("linked");
     for (std::size_t i = 0; i < m_themes.size(); ++i) {
         m_themes[i].add_css_class("theme");
-        m_themes[i].add_css_class(themeStyles[i]);
+        m_themes[i].add_css_class(kThemeStyles[i]);
     }
     return row;
 }
