@@ -1,3 +1,4 @@
+#define _FILE_OFFSET_BITS 64 // or inodes above 32 bits keep a 32-bit device from its files
 #include "base/RegularFile.h"
 
 #include <algorithm>

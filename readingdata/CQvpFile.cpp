@@ -1,3 +1,4 @@
+#define _FILE_OFFSET_BITS 64 // or inodes above 32 bits keep a 32-bit device from its files
 #include "readingdata/CQvpFile.h"
 
 #include <algorithm>
@@ -121,8 +122,8 @@ QVRESULT CQvpFile::Open(char const* path, int create) {
 QVRESULT CQvpFile::ReadImage(std::FILE* file, Image* image, long* size) {
     unsigned char header[QvpFormat::kHeaderSize];
     struct stat status = {};
-    if (fstat(fileno(file), &status) != 0 || std::fread(header, sizeof header, 1, file) != 1 ||
-        !HandleHeader(header))
+    if (fstat(fileno(file), &status) != 0 || status.st_size > LONG_MAX ||
+        std::fread(header, sizeof header, 1, file) != 1 || !HandleHeader(header))
         return QV_E_FAIL;
     const auto count = static_cast<std::size_t>(status.st_size);
     Image bytes = NewArray<unsigned char>(count);
