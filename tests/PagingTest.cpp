@@ -349,7 +349,7 @@ TEST(PrepareTest, WalkShowsTheSameScreensWithAndWithout) {
             }
             EXPECT_TRUE(isOutdated || TakeLoads(*preparing) == 0) << "the turn only takes over";
         }
-        EXPECT_GT(prepared, 3);
+        EXPECT_GT(prepared, TEST_EMULATED ? 0 : 3);
     }
 }
 
