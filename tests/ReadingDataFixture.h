@@ -12,7 +12,6 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "IBookIndexProxy.h"
 #include "IBookInfoProxy.h"
@@ -112,8 +111,7 @@ class Fixture : public testing::Test {
 protected:
     Fixture() {
         static int number = 0;
-        m_Folder = std::filesystem::path(testing::TempDir()) /
-                   ("qvp-" + std::to_string(getpid()) + "-" + std::to_string(number++));
+        m_Folder = std::filesystem::path(testing::TempDir()) / std::to_string(number++);
         std::filesystem::create_directories(m_Folder);
         m_Path = (m_Folder / "book.umd.qvp").string();
     }

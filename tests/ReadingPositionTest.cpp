@@ -1,6 +1,7 @@
 // A book reopens where it was left: what the renderer keeps beside it, and when.
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
@@ -23,8 +24,8 @@ constexpr unsigned int kBlocks = kNovelBytes / 128;
 class ReadingPositionTest : public testing::Test {
 protected:
     ReadingPositionTest() {
-        std::string name = testing::TempDir() + "positionXXXXXX";
-        folder = mkdtemp(name.data());
+        folder = testing::TempDir() + "position";
+        std::filesystem::create_directory(folder);
         path = folder + "/book.umd";
     }
     ~ReadingPositionTest() override {

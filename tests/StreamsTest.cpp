@@ -2,7 +2,6 @@
 #include <cstdio>
 #include <memory>
 #include <string>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -37,7 +36,7 @@ int Write(const StreamPtr& stream, std::string bytes) {
 
 // A file of ten bytes.
 struct FileStreamTest : testing::Test {
-    const std::string path = testing::TempDir() + "stream" + std::to_string(getpid());
+    const std::string path = testing::TempDir() + "stream";
 
     FileStreamTest() { Write(OpenFile(path.c_str(), FileOpenCreate), "0123456789"); }
     ~FileStreamTest() override { std::remove(path.c_str()); }

@@ -1,7 +1,9 @@
 // Pins fonts, locale and sanitizer behaviour before any test runs, so that the program gives the
-// same results under ctest, by hand and in the debugger.
+// same results under ctest, by hand and in the debugger, and gives each process a folder of its
+// own.
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -27,6 +29,27 @@ std::string FamilyOf(guint character) {
     return pango_font_description_get_family(loaded.get());
 }
 
+// What testing::TempDir() names while this lives, so that tests running side by side share no file.
+class TemporaryFolder {
+public:
+    TemporaryFolder() {
+        m_Path = (std::filesystem::temp_directory_path() / "umdformat-tests-XXXXXX").string();
+        if (!mkdtemp(m_Path.data()))
+            return;
+        setenv("TEST_TMPDIR", m_Path.c_str(), 1);
+        std::filesystem::permissions(m_Path, std::filesystem::perms{0755}); // a test acts as nobody
+    }
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_Path, ignored);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+private:
+    std::string m_Path;
+};
+
 } // namespace
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -49,6 +72,7 @@ int main(int argc, char** argv) {
                      families.c_str(), TEST_FONTS_CONF);
         return EXIT_FAILURE;
     }
+    const TemporaryFolder folder;
     const int result = RUN_ALL_TESTS();
     if (testing::UnitTest::GetInstance()->test_to_run_count() == 0) {
         std::fprintf(stderr, "No test ran: the filter matches none\n");
