@@ -38,6 +38,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         for (std::size_t length = 0; text && text.get()[length] != 0; ++length)
             Require(length < 125);
     }
+    for (int i = -1; i <= book.GetChapterCount(); ++i) {
+        const MallocPtr<unsigned short> title(book.GetChapterTitle(i));
+        for (std::size_t length = 0; title && title.get()[length] != 0; ++length)
+            Require(length < 128);
+        const bool none = i < 0 || i == book.GetChapterCount();
+        Require(!none || (!title && book.GetChapterOffset(i) == -1));
+        book.GetChapterOffset(i);
+    }
     std::int64_t inflated = 0;
     for (int i = -1; i <= book.GetChunkCount() && inflated < kInflateBudget; ++i) {
         int length = -1;

@@ -33,9 +33,11 @@ void LimitIndent(PangoLayout* layout) {
 }
 
 // Whether no cluster holds the character and another one. It may say no of one that does stand
-// alone.
+// alone; the ranges are what most texts consist of, U+2010 to U+2029 dashes, quotation marks and
+// separators.
 bool StandsAlone(gunichar character) {
     return character < 0x300 || (character >= 0x4e00 && character <= 0x9fff) ||
+           (character >= 0x2010 && character <= 0x2029) ||
            ((g_unichar_iswide(character) || g_unichar_ispunct(character) ||
              g_unichar_isupper(character) || g_unichar_islower(character)) &&
             !g_unichar_ismark(character) && g_unichar_type(character) != G_UNICODE_MODIFIER_SYMBOL);
