@@ -26,11 +26,11 @@ protected:
 
 TEST_F(BookInfoProxyTest, NoRecordGettersFailAndCreateNothingFirstSetterAppendsTheRecord) {
     IBookInfoProxy& proxy = Proxy();
-    for (const StringField& field : StringFields)
+    for (const StringField& field : kStringFields)
         EXPECT_EQ(Get(proxy, field.get), "failed") << field.name;
     EXPECT_EQ(Get(proxy).first, QV_E_FAIL);
     EXPECT_EQ(Shape(), "");
-    const std::string data = EmptyInfo().replace(ProgressAt, 4, "\1\2\3\4");
+    const std::string data = EmptyInfo().replace(kProgressAt, 4, "\1\2\3\4");
     ExpectWritten(proxy.SetReadingProgress(0x04030201), data);
     EXPECT_EQ(Get(proxy, &IBookInfoProxy::GetBookName), "");
     EXPECT_EQ(Get(proxy, &IBookInfoProxy::GetLatestSection), "failed");
@@ -40,7 +40,7 @@ TEST_F(BookInfoProxyTest, NoRecordGettersFailAndCreateNothingFirstSetterAppendsT
 TEST_F(BookInfoProxyTest, EveryFieldSetFlushedAndReopenedHasItsBytesAndComesBack) {
     IBookInfoProxy* proxy = &Proxy();
     std::string data = EmptyInfo();
-    for (const StringField& field : StringFields) {
+    for (const StringField& field : kStringFields) {
         const std::string longest(field.capacity - 1, field.name[0]);
         data.replace(field.offset + 4, longest.size(), longest);
         ExpectWritten((proxy->*field.set)(longest.c_str(), field.capacity - 1), data);
@@ -49,17 +49,17 @@ TEST_F(BookInfoProxyTest, EveryFieldSetFlushedAndReopenedHasItsBytesAndComesBack
     }
     data.replace(1128 + 4, 6, std::string("ab\0\0\0\0", 6)); // the ISBN, cut at its NUL
     ExpectWritten(proxy->SetISBN("ab\0cd", 5), data);
-    data.replace(BookmarkAt + 4, 9, std::string("\0\x0D\x0C\x0B\x0A\x02\x01\0\0", 9));
+    data.replace(kBookmarkAt + 4, 9, std::string("\0\x0D\x0C\x0B\x0A\x02\x01\0\0", 9));
     ExpectWritten(Set(*proxy, Note(0x0A0B0C0D, 0x102, 0, "")), data);
-    data[SerializedAt] = 1;
+    data[kSerializedAt] = 1;
     ExpectWritten(proxy->SetIsSerialized(0x500), data);
-    data[SourceAt] = '\xFE';
+    data[kSourceAt] = '\xFE';
     ExpectWritten(proxy->SetBookSource(static_cast<QvBookSource>(0x1FE)), data);
-    data.replace(ProgressAt, 4, "\xFF\xFE\xFD\xFC");
+    data.replace(kProgressAt, 4, "\xFF\xFE\xFD\xFC");
     ExpectWritten(proxy->SetReadingProgress(0xFCFDFEFF), data);
 
     proxy = &Proxy();
-    for (const StringField& field : StringFields) {
+    for (const StringField& field : kStringFields) {
         const std::string stored = data.substr(field.offset + 4, field.capacity);
         EXPECT_EQ(stored.c_str(), Get(*proxy, field.get)) << field.name;
     }
@@ -71,7 +71,7 @@ TEST_F(BookInfoProxyTest, EveryFieldSetFlushedAndReopenedHasItsBytesAndComesBack
     EXPECT_EQ(proxy->GetReadingProgress(&progress), QV_S_OK);
     EXPECT_EQ(std::tuple(0xFE, 1, 0xFCFDFEFF), std::tuple(int{source}, serialized, progress));
     EXPECT_EQ(std::pair(QV_S_OK, Note(0x0A0B0C0D, 0x102, 0, "")), Get(*proxy));
-    data[SerializedAt] = 0;
+    data[kSerializedAt] = 0;
     ExpectWritten(proxy->SetIsSerialized(0), data);
     EXPECT_EQ(Get(*proxy, &IBookInfoProxy::GetLatestSection), "failed");
 }
@@ -79,8 +79,8 @@ TEST_F(BookInfoProxyTest, EveryFieldSetFlushedAndReopenedHasItsBytesAndComesBack
 TEST_F(BookInfoProxyTest, OtherCapacitiesStringWithoutEndForeignBookmarkOthersStillRead) {
     std::string data = EmptyInfo().replace(0, 204, Le32(300) + std::string(300, 'x')) + "more";
     data.replace(204 + 100 + 4, 3, "Ann");
-    data[BookmarkAt + 100 + 4] = 1;
-    data[SerializedAt + 100] = 2;
+    data[kBookmarkAt + 100 + 4] = 1;
+    data[kSerializedAt + 100] = 2;
     data.replace(2290 + 100 + 4, 2, "42");
     Write(FileOf({{1, 1, data}, {1, 1, "a second record is not used"}}));
     IBookInfoProxy& proxy = Proxy();
@@ -105,7 +105,7 @@ TEST_F(BookInfoProxyTest, OtherCapacitiesStringWithoutEndForeignBookmarkOthersSt
 
 TEST_F(BookInfoProxyTest, DamagedRecordEveryOperationFailsAndTheRecordStays) {
     std::vector<std::string> damaged = {
-        EmptyInfo().replace(0, 4, Le32(0)), EmptyInfo().replace(BookmarkAt, 4, Le32(0xFFFFFFFF)),
+        EmptyInfo().replace(0, 4, Le32(0)), EmptyInfo().replace(kBookmarkAt, 4, Le32(0xFFFFFFFF)),
         EmptyInfo().replace(1128, 4, Le32(0xFFFFFFFC)), EmptyInfo().substr(0, 2805)};
     for (std::size_t length = 1; length < 2806; length += 93)
         damaged.push_back(EmptyInfo().substr(0, length));

@@ -15,7 +15,7 @@ using namespace readingdata;
 
 namespace {
 
-const std::string Tail = std::string("\x03\x01\0\0\0\x40\0\0\0torn", 13); // says 64 bytes, has 4
+const std::string kTail = std::string("\x03\x01\0\0\0\x40\0\0\0torn", 13); // says 64 bytes, has 4
 
 // An index record of exactly its entries, or with room for `room` bytes of them.
 Record Index(std::uint32_t id, const std::vector<int>& entries, std::size_t room = 0) {
@@ -122,7 +122,7 @@ TEST_F(CQvpFileTest, FreeDataAtAndAboveTheLimitUpdatesInPlaceOrCompactsKeepingMo
     const std::vector<Record> live = {Index(5, {1}), {9, 1, "kept"}, {4, 3, ""}, Index(5, {2})};
     for (const std::size_t size : {5120u, 5121u}) {
         const std::string before =
-            FileOf({live[0], Dead(120), live[1], Dead(size - 120), live[2], live[3]}, 7, 9) + Tail;
+            FileOf({live[0], Dead(120), live[1], Dead(size - 120), live[2], live[3]}, 7, 9) + kTail;
         Write(before);
         chmod(m_Path.c_str(), 0640);
         CQvpFile file;
@@ -217,8 +217,9 @@ TEST_F(CQvpFileTest, PipeOrDeviceOpenFails) {
 }
 
 TEST_F(CQvpFileTest, TornEndFirstAppendCompactsInstead) {
-    for (const std::string& torn : {Tail, Tail.substr(0, 3), std::string("\0\1\0\0\0\x7F\0\0\0", 9),
-                                    std::string("\3\1\0\0\0\xF7\xFF\xFF\xFF", 9)}) {
+    for (const std::string& torn :
+         {kTail, kTail.substr(0, 3), std::string("\0\1\0\0\0\x7F\0\0\0", 9),
+          std::string("\3\1\0\0\0\xF7\xFF\xFF\xFF", 9)}) {
         Write(FileOf({Index(1, {1})}) + torn);
         auto file = Open();
         EXPECT_EQ(std::vector<int>{1}, IndexOf(*file, 1));

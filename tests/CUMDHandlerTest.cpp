@@ -47,10 +47,10 @@ std::string Deflated(const std::string& text) {
     return stream.substr(0, size);
 }
 
-const std::string table = Function(0x83) + Data(1, Int(0) + Int(-6) + "odd");
-const std::string titles = Function(0x84, Int(2));
-const std::string length8 = Function(0x0B, Int(8));
-const std::string run = Function(0x0A) + Data(7, "xy");
+const std::string kTable = Function(0x83) + Data(1, Int(0) + Int(-6) + "odd");
+const std::string kTitles = Function(0x84, Int(2));
+const std::string kLength8 = Function(0x0B, Int(8));
+const std::string kRun = Function(0x0A) + Data(7, "xy");
 
 // --- a stream that fails when told to, and a handler that shows what it has ---------------------
 
@@ -156,7 +156,7 @@ public:
 // --- what a sequence of nodes gives -------------------------------------------------------------
 
 TEST(CUMDHandler, NodesOfEachKindAreTakenSkippedEndTheParseOrFailIt) {
-    std::string many = run;
+    std::string many = kRun;
     for (int i = 0; i < 201; ++i)
         many += Data(i, "xy");
     const std::string more = Function(0x83) + Data(1, std::string(20, '\0'));
@@ -168,38 +168,38 @@ TEST(CUMDHandler, NodesOfEachKindAreTakenSkippedEndTheParseOrFailIt) {
         std::string nodes;
         const char* summary;
     } cases[] = {
-        {"unknown types", Function(0x101, "\2") + Function(0xFF83, "1234") + length8, "0 8 - -"},
-        {"other book", length8 + run + Function(1, "\2"), "failed 0 0 -"},
-        {"two lengths", length8 + Function(0x0B, Int(-9)), "0 -9 - -"},
+        {"unknown types", Function(0x101, "\2") + Function(0xFF83, "1234") + kLength8, "0 8 - -"},
+        {"other book", kLength8 + kRun + Function(1, "\2"), "failed 0 0 -"},
+        {"two lengths", kLength8 + Function(0x0B, Int(-9)), "0 -9 - -"},
         {"length of 5 bytes", Function(0x0B, "\1\0\0\0\0"s), "failed 0 0 -"},
         {"titles A and B", Function(2, "A\0"s) + Function(2, "B\0"s), "0 0 B -"},
-        {"empty title", Function(2, "A\0"s) + Function(2) + length8, "0 8 A -"},
+        {"empty title", Function(2, "A\0"s) + Function(2) + kLength8, "0 8 A -"},
         {"title of 3 bytes", Function(2, "A\0B"s), "0 0 AB -"},
         {"title with a zero unit", Function(2, "A\0\0\0B\0"s), "0 0 A -"},
         {"title of a failed book", Function(2, "A\0"s) + Function(1, "\2"), "failed 0 0 A"},
-        {"two runs", run + Data(8, "z") + Function(0xF1) + Data(9, "z") + length8, "3 8 - -"},
-        {"202 chunks", many + length8, "202 8 - -"},
-        {"function node of 4 bytes", run + Function(1, "", 4) + length8, "1 0 - -"},
-        {"data node of 8 bytes", run + Data(1, "", 8) + length8, "1 0 - -"},
-        {"data node of least length", run + Data(1, "", INT_MIN) + length8, "1 0 - -"},
-        {"data node past 2^31", run + Data(1, "", INT_MAX) + length8, "2 0 - -"},
-        {"titles and a chunk", table + titles + b + Data(3, "xy") + length8, "1 8 - 0:B -6:CD"},
-        {"titles in the 0x84 node", table + own + length8, "0 8 - 0:A -6:"},
-        {"titles before the table", titles + a + table, "failed 0 0 -"},
-        {"titles of another identifier", table + Function(0x84, Int(3)) + a, "failed 0 0 -"},
-        {"identifier of 1 byte", table + Function(0x84, "\2") + a, "0 0 - 0:A -6:"},
-        {"identifier of 0 bytes", table + Function(0x84) + Data(0, "\0\0"s), "failed 0 0 -"},
-        {"too few titles", table + titles + Data(2, "\2A\0"s), "failed 0 0 -"},
-        {"title past its block", table + titles + Data(2, "\0\3A\0"s), "failed 0 0 -"},
-        {"titles cut off", table + titles + Data(2, "\4A\0"s, 99), "0 0 - 0:A -6:"},
-        {"titles of 2 GB", more + titles + Data(2, "\xFF", INT_MAX), "0 0 - 0: 0: 0: 0: 0:"},
-        {"titles that lie", table + titles + Data(2, "", 8), "0 0 - 0:? -6:?"},
-        {"no chapters", none + titles + Data(2, "\xFF") + Data(3, "xy"), "1 0 -"},
-        {"no chapters nor titles", none + titles + Data(2, ""), "failed 0 0 -"},
+        {"two runs", kRun + Data(8, "z") + Function(0xF1) + Data(9, "z") + kLength8, "3 8 - -"},
+        {"202 chunks", many + kLength8, "202 8 - -"},
+        {"function node of 4 bytes", kRun + Function(1, "", 4) + kLength8, "1 0 - -"},
+        {"data node of 8 bytes", kRun + Data(1, "", 8) + kLength8, "1 0 - -"},
+        {"data node of least length", kRun + Data(1, "", INT_MIN) + kLength8, "1 0 - -"},
+        {"data node past 2^31", kRun + Data(1, "", INT_MAX) + kLength8, "2 0 - -"},
+        {"titles and a chunk", kTable + kTitles + b + Data(3, "xy") + kLength8, "1 8 - 0:B -6:CD"},
+        {"titles in the 0x84 node", kTable + own + kLength8, "0 8 - 0:A -6:"},
+        {"titles before the table", kTitles + a + kTable, "failed 0 0 -"},
+        {"titles of another identifier", kTable + Function(0x84, Int(3)) + a, "failed 0 0 -"},
+        {"identifier of 1 byte", kTable + Function(0x84, "\2") + a, "0 0 - 0:A -6:"},
+        {"identifier of 0 bytes", kTable + Function(0x84) + Data(0, "\0\0"s), "failed 0 0 -"},
+        {"too few titles", kTable + kTitles + Data(2, "\2A\0"s), "failed 0 0 -"},
+        {"title past its block", kTable + kTitles + Data(2, "\0\3A\0"s), "failed 0 0 -"},
+        {"titles cut off", kTable + kTitles + Data(2, "\4A\0"s, 99), "0 0 - 0:A -6:"},
+        {"titles of 2 GB", more + kTitles + Data(2, "\xFF", INT_MAX), "0 0 - 0: 0: 0: 0: 0:"},
+        {"titles that lie", kTable + kTitles + Data(2, "", 8), "0 0 - 0:? -6:?"},
+        {"no chapters", none + kTitles + Data(2, "\xFF") + Data(3, "xy"), "1 0 -"},
+        {"no chapters nor titles", none + kTitles + Data(2, ""), "failed 0 0 -"},
         {"empty table", Function(0x83) + Data(1, ""), "failed 0 0 -"},
-        {"two tables", table + table, "failed 0 0 -"},
+        {"two tables", kTable + kTable, "failed 0 0 -"},
         {"table of 2 GB", Function(0x83) + Data(1, Int(0), INT_MAX), "failed 0 0 -"},
-        {"table that leads back", length8 + Function(0x83) + Data(1, "", -5), "0 8 - -"},
+        {"table that leads back", kLength8 + Function(0x83) + Data(1, "", -5), "0 8 - -"},
     };
     // The signature is ignored; as a node it would fail the parse that comes back to it.
     for (const auto& c : cases)
@@ -265,7 +265,7 @@ TEST(CUMDHandler, ExampleOfTheDocumentParsesAsTheDocumentSays) {
 }
 
 TEST(CUMDHandler, ChapterThatIsNotThereHasNeitherTitleNorOffset) {
-    const std::string file = "any4" + table + titles + Data(2, "\2A\0\0"s);
+    const std::string file = "any4" + kTable + kTitles + Data(2, "\2A\0\0"s);
     Handler book(file), failed(file + Function(1, "\2"));
     EXPECT_EQ(failed.GetChapterCount(), 0);
     for (const auto& [handler, index] : {std::pair(&book, -1), {&book, 2}, {&failed, 0}}) {

@@ -115,7 +115,7 @@ protected:
     // Asks for everything; what is handed out is released, and read by the sanitizer's standards.
     static void ReadAll(CQvpFile& file) {
         CBookInfoProxyImpl info(&file, 1);
-        for (const StringField& field : StringFields)
+        for (const StringField& field : kStringFields)
             Get(info, field.get);
         Get(info);
         IndexOf(file, 1);

@@ -86,7 +86,7 @@ struct StringField {
     unsigned int capacity;
 };
 
-const StringField StringFields[] = {
+const StringField kStringFields[] = {
     {"book name", &IBookInfoProxy::GetBookName, &IBookInfoProxy::SetBookName, 0, 200},
     {"author", &IBookInfoProxy::GetAuthorName, &IBookInfoProxy::SetAuthorName, 204, 200},
     {"cover", &IBookInfoProxy::GetCoverPagePath, &IBookInfoProxy::SetCoverPagePath, 408, 512},
@@ -96,14 +96,15 @@ const StringField StringFields[] = {
     {"section", &IBookInfoProxy::GetLatestSection, &IBookInfoProxy::SetLatestSection, 2290, 512},
 };
 
-constexpr std::size_t SourceAt = 2260, ProgressAt = 2261, BookmarkAt = 2265, SerializedAt = 2289;
+constexpr std::size_t kSourceAt = 2260, kProgressAt = 2261, kBookmarkAt = 2265,
+                      kSerializedAt = 2289;
 
 // New record data, from the capacities.
 inline std::string EmptyInfo() {
     std::string data(2806, '\0');
-    for (const StringField& field : StringFields)
+    for (const StringField& field : kStringFields)
         data.replace(field.offset, 4, Le32(field.capacity));
-    return data.replace(BookmarkAt, 4, Le32(20));
+    return data.replace(kBookmarkAt, 4, Le32(20));
 }
 
 // A folder of its own for each test, removed afterwards, with one reading-data file in it.

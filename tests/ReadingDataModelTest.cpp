@@ -151,13 +151,13 @@ public:
         Entries& record = m_Model[{1, id}];
         if (record.empty())
             record.push_back(EmptyInfo());
-        const StringField& field = StringFields[Below(std::size(StringFields))];
+        const StringField& field = kStringFields[Below(std::size(kStringFields))];
         const std::string text = RandomText(field.capacity - 1);
         const Note bookmark = {Random(), Random(), 0, ""};
         IBookInfoProxy& info = *m_Proxies[id].info;
         EXPECT_EQ(Set(info, bookmark), QV_S_OK);
         EXPECT_EQ((info.*field.set)(text.c_str(), static_cast<unsigned int>(text.size())), QV_S_OK);
-        record[0].replace(BookmarkAt + 4, 9, Stored(bookmark, QvAnnotationPosition));
+        record[0].replace(kBookmarkAt + 4, 9, Stored(bookmark, QvAnnotationPosition));
         record[0].replace(field.offset + 4, text.size() + 1, text + '\0');
     }
 

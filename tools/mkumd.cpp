@@ -19,10 +19,10 @@
 
 namespace {
 
-constexpr int failure = 1;
+constexpr int kFailure = 1;
 constexpr int kBadUsage = 2;
 
-constexpr const char* description =
+constexpr const char* kDescription =
     "Turns a UTF-8 text into a UMD book.\n\n"
     "A line \"# Title\" begins a chapter, a blank line ends a paragraph. A text may begin with\n"
     "fields of the book, one a line, up to a blank line:\n\n"
@@ -135,7 +135,7 @@ void MakeBook(const Arguments& arguments) {
 
 int Run(int argc, char** argv) {
     Arguments arguments;
-    CLI::App app(description, "mkumd");
+    CLI::App app(kDescription, "mkumd");
     app.set_version_flag("--version", std::string("mkumd ") + MKUMD_VERSION);
     app.add_option("TEXT", arguments.textPath, "UTF-8 text")->required();
     app.add_option("-o,--output", arguments.bookPath, "Book to write")->required();
@@ -157,6 +157,6 @@ int main(int argc, char** argv) {
         return Run(argc, argv);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "mkumd: %s\n", error.what());
-        return failure;
+        return kFailure;
     }
 }

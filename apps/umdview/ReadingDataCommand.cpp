@@ -62,9 +62,9 @@ void Add(Document& document, const ReadingDataFile& file, const Record& record) 
 Json ToJson(const ReadingDataFile& file) {
     Document document;
     Record record = {};
-    std::int64_t at = ReadingDataFile::headerBytes;
+    std::int64_t at = ReadingDataFile::kHeaderBytes;
     for (; file.RecordAt(at, &record);
-         at += ReadingDataFile::recordHeaderBytes + std::int64_t{record.length})
+         at += ReadingDataFile::kRecordHeaderBytes + std::int64_t{record.length})
         Add(document, file, record);
     const std::int64_t left = static_cast<std::int64_t>(file.bytes.size()) - at;
     if (left > 0)

@@ -50,7 +50,7 @@ std::uint32_t ReadingDataFile::IntegerAt(long at) const {
 }
 
 bool ReadingDataFile::RecordAt(std::int64_t at, Record* record) const {
-    const auto room = static_cast<std::int64_t>(bytes.size()) - at - recordHeaderBytes;
+    const auto room = static_cast<std::int64_t>(bytes.size()) - at - kRecordHeaderBytes;
     if (room < 0)
         return false;
     const auto offset = static_cast<long>(at);
@@ -68,7 +68,7 @@ ReadingDataFile ReadReadingData(const std::string& path) {
         throw Failure(file.path, "not a reading-data file");
     std::ifstream stream(file.path, std::ios::binary);
     file.bytes.assign(std::istreambuf_iterator<char>(stream), {});
-    if (file.bytes.size() < ReadingDataFile::headerBytes)
+    if (file.bytes.size() < ReadingDataFile::kHeaderBytes)
         throw Failure(file.path, "damaged: its header is cut off");
     return file;
 }

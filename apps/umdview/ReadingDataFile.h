@@ -17,8 +17,8 @@ struct Record {
 
 // A reading-data file as it lies on the disk; docs/reading-data-format.md describes it.
 struct ReadingDataFile {
-    static constexpr long headerBytes = 5;       // "QVP", version, revision
-    static constexpr long recordHeaderBytes = 9; // type, file id, length
+    static constexpr long kHeaderBytes = 5;       // "QVP", version, revision
+    static constexpr long kRecordHeaderBytes = 9; // type, file id, length
 
     std::string path;
     std::vector<unsigned char> bytes;

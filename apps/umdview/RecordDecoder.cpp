@@ -172,9 +172,9 @@ Json DecodeBookInfo(CQvpFile& file, unsigned int id, std::string* wrong) {
 // A reading-data file of this one record: what the library makes of it is then known without a
 // search through all others.
 CMemoryStream Extract(const ReadingDataFile& file, const Record& record) {
-    constexpr long before = ReadingDataFile::headerBytes;
+    constexpr long before = ReadingDataFile::kHeaderBytes;
     const long size =
-        before + ReadingDataFile::recordHeaderBytes + static_cast<long>(record.length);
+        before + ReadingDataFile::kRecordHeaderBytes + static_cast<long>(record.length);
     auto* bytes = static_cast<unsigned char*>(::operator new(static_cast<std::size_t>(size)));
     std::copy_n(file.bytes.begin(), before, bytes);
     std::copy_n(file.bytes.begin() + record.offset, size - before, bytes + before);
@@ -197,7 +197,7 @@ Json DecodeRecord(const ReadingDataFile& file, const Record& record, std::string
     if (!wrong->empty())
         return nullptr;
     Json entries = DecodeList(one, record);
-    const auto said = file.IntegerAt(record.offset + ReadingDataFile::recordHeaderBytes);
+    const auto said = file.IntegerAt(record.offset + ReadingDataFile::kRecordHeaderBytes);
     if (entries.size() != said)
         *wrong = "it should hold " + std::to_string(said) + " entries, of which " +
                  std::to_string(entries.size()) + " can be read";

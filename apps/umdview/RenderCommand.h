@@ -10,7 +10,7 @@ namespace umdview {
 
 // Screens from `first` to `last`, both included, counted from 1 where drawing begins.
 struct ScreenRange {
-    static constexpr long unlimited = std::numeric_limits<long>::max();
+    static constexpr long kUnlimited = std::numeric_limits<long>::max();
     long first = 1;
     long last = 10;
 };

@@ -165,7 +165,7 @@ void AddRenderOptions(CLI::App& command, Arguments& arguments) {
     screens->type_name("A-B");
     command
         .add_flag_callback(
-            "--all", [&render] { render.screens.last = ScreenRange::unlimited; },
+            "--all", [&render] { render.screens.last = ScreenRange::kUnlimited; },
             "Draw all screens up to the end of the book")
         ->excludes(screens);
     AddLookOptions(command, arguments);
