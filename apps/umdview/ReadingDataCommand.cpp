@@ -86,7 +86,7 @@ std::string Dump(const Json& json, int indent = -1) {
 // with escapes, so that their ends can be seen.
 void WriteIndented(const Json& json, const std::string& indent) {
     for (const auto& [key, value] : json.items()) {
-        const std::string name = indent + (json.is_array() ? "-" : key + ":");
+        const std::string name = json.is_array() ? indent + "-" : indent + key + ":";
         if (value.empty()) {
             WriteOut(name + " -\n");
         } else if (value.is_structured()) {
