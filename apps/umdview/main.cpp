@@ -119,7 +119,7 @@ void AddLookOptions(CLI::App& command, Arguments& arguments) {
         ->delimiter('x')
         ->expected(2)
         ->check(Pixels(1))
-        ->type_name("WxH");
+        ->option_text("WxH");
     command
         .add_option_function<std::string>(
             "--font", [&look](const std::string& text) { ParseFont(text, look); },
