@@ -22,6 +22,7 @@ struct TagEntries : Entries<char*> {
         const std::uint32_t count =
             std::min(nLeft, RecordCapacity(length, QvpFormat::kTagSlotSize));
         for (std::uint32_t i = 0; i < count; ++i, ++pNext)
+            // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker): no storable tag is null
             std::memcpy(SlotAt(data, i), *pNext, std::strlen(*pNext) + 1);
         nLeft -= count;
         return count;

@@ -17,6 +17,7 @@ public:
     ItemArray& operator=(const ItemArray&) = delete;
     ~ItemArray() {
         for (std::uint32_t i = 0; m_pItems && i < m_nCount; ++i)
+            // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): an empty array holds no item
             delete[] TextOf(m_pItems[i]);
     }
 

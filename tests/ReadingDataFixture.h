@@ -240,6 +240,7 @@ protected:
     template<typename Proxy, typename Value>
     static QVRESULT Set(Proxy& proxy, std::vector<Value> values) {
         std::vector<decltype(Give(values[0]))> items;
+        items.reserve(values.size());
         for (Value& value : values)
             items.push_back(Give(value));
         return (proxy.*Setter(proxy))(items.data(), static_cast<unsigned int>(items.size()));
