@@ -189,8 +189,8 @@ TEST_F(CPangoLayoutTest, DrawingAddsInkInsideTheVisiblePartOnly) {
     for (const auto& row : rows) {
         Pixels expected(whole.size());
         for (int y = 0; y < row.rows; ++y)
-            std::copy_n(&whole[static_cast<std::size_t>((y + row.fromY) * stride + row.fromX)],
-                        row.columns, &expected[static_cast<std::size_t>(y * stride)]);
+            std::copy_n(whole.begin() + (y + row.fromY) * stride + row.fromX, row.columns,
+                        expected.begin() + y * stride);
         EXPECT_TRUE(Draw(row.width, row.height, row.x, row.y) == expected) << row.x;
         EXPECT_GT(std::count(expected.begin(), expected.end(), 255), 400);
     }

@@ -92,7 +92,7 @@ TEST(CTextFontTest, MetricsAreFreeTypesRoundedDownAndRefusedSizesChangeNone) {
 }
 
 TEST(CTextFontTest, GlyphIsCopiedOneRowUpAndClippedToTheRectangleAnywhere) {
-    for (const unsigned int ch : {'g', ' '}) {
+    for (const unsigned int ch : {0x67u, 0x20u}) { // "g" and a space
         TestFont font;
         ASSERT_TRUE(font.Load("DejaVuSans.ttf", 24));
         font.GetCharWidth(ch);
