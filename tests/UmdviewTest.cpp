@@ -202,7 +202,7 @@ TEST_F(UmdviewTest, WhatCannotBeReadOrWrittenGivesNameReasonStatus1AndNoHalfImag
     const std::vector<std::string> render = {"render book.umd --out out "};
     const struct {
         std::vector<std::string> commands;
-        std::string rest, reason, before = "";
+        std::string rest, reason, before{}; // none by default
     } cases[] = {{book, "missing", "missing: No such file or directory"},
                  {book, ".", ".: Is a directory"},
                  {book, "/dev/null", "/dev/null: not a regular file"},

@@ -35,7 +35,8 @@ Heap heap;
 
 } // namespace
 
-// What the linker puts in place of the library's calls.
+// What the linker puts in place of the library's calls, under its names for them.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
@@ -60,6 +61,7 @@ void __wrap_free(void* block) {
     __real_free(block);
 }
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 // Every form of new and delete comes down to these two.
 void* operator new(std::size_t size) {
