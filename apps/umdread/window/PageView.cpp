@@ -87,6 +87,7 @@ void PageView::DrawScreen() {
     m_pCoverage->mark_dirty();
     m_bOutdated = false;
     m_bDrawn = true;
+    m_signalDrawn.emit();
 }
 
 void PageView::Paint(const Cairo::RefPtr<Cairo::Context>& context, int width, int) {

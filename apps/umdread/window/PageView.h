@@ -24,6 +24,7 @@ public:
     sigc::signal<void(bool forward)>& SignalTurn() { return m_signalTurn; }
     sigc::signal<void()>& SignalCorner() { return m_signalCorner; }
     sigc::signal<void()>& SignalResized() { return m_signalResized; }
+    sigc::signal<void()>& SignalDrawn() { return m_signalDrawn; } // a screen was drawn anew
 
     // Whether the page was drawn anew since this was last asked.
     bool TakeDrawn();
@@ -46,6 +47,7 @@ private:
     sigc::signal<void(bool)> m_signalTurn;
     sigc::signal<void()> m_signalCorner;
     sigc::signal<void()> m_signalResized;
+    sigc::signal<void()> m_signalDrawn;
 };
 
 } // namespace umdread

@@ -242,7 +242,6 @@ void ReaderWindow::UpdatePlace() {
     m_place.Update();
     m_panel.UpdatePlace();
     SayWhetherSaved();
-    PrepareLater();
 }
 
 void ReaderWindow::SayWhetherSaved() {
@@ -251,7 +250,8 @@ void ReaderWindow::SayWhetherSaved() {
                  "be written."));
 }
 
-// When nothing else is to be done, the next turn is made ready.
+// When the screen is drawn and nothing else is to be done, the next turn is made ready. An idle
+// callback that began with the turn could come before the frame and hold it up.
 void ReaderWindow::PrepareLater() {
     m_prepare.disconnect();
     m_prepare = Glib::signal_idle().connect(

@@ -138,6 +138,7 @@ void ReaderWindow::BuildPage() {
     m_page.SignalTurn().connect([this](bool forward) { Turn(forward); });
     m_page.SignalCorner().connect([this] { ToggleBookmark(); });
     m_page.SignalResized().connect([this] { m_place.Update(); });
+    m_page.SignalDrawn().connect([this] { PrepareLater(); });
     m_place.SignalGoTo().connect(
         [this](double fraction) { Jumped(m_pSession->GoToFraction(fraction)); });
     m_place.SignalDropped().connect([this] { SavePlace(); });
