@@ -16,9 +16,9 @@ struct Lead {
     std::string text; // UTF-16LE, from the block's beginning to the end of the chapter's first unit
 
     std::int64_t BlockOffset() const { return offset - offset % kBlockBytes; }
-    std::int64_t End() const { return offset + unitBytes; }
+    std::int64_t End() const { return offset + kUnitBytes; }
 
-    static constexpr std::int64_t unitBytes = 2;
+    static constexpr std::int64_t kUnitBytes = 2;
 };
 
 std::vector<Chapter> ReadTable(const Book& book) {
@@ -36,7 +36,7 @@ std::vector<Lead> SortedLeads(const Book& book, const std::vector<Chapter>& chap
     for (std::size_t i = 0; i < chapters.size(); ++i) {
         const int offset = chapters[i].offset;
         if (offset >= 0 && offset < book.DeclaredBytes())
-            leads.push_back({offset - offset % Lead::unitBytes, i, {}});
+            leads.push_back({offset - offset % Lead::kUnitBytes, i, {}});
     }
     std::sort(leads.begin(), leads.end(),
               [](const Lead& a, const Lead& b) { return a.offset < b.offset; });
@@ -64,11 +64,11 @@ void SetBegin(Chapter& chapter, const Lead& lead, const Book& book) {
         return; // the text that is there ends before it
     TextDecoder decoder;
     const std::string before = decoder.Decode(
-        reinterpret_cast<const unsigned char*>(lead.text.data()), size - Lead::unitBytes);
+        reinterpret_cast<const unsigned char*>(lead.text.data()), size - Lead::kUnitBytes);
     const std::int64_t block = lead.offset / kBlockBytes;
     chapter.place = {static_cast<unsigned int>(block), static_cast<unsigned int>(before.size())};
     chapter.percent = book.Percent(block).value_or(0);
-    chapter.begin = lead.offset - (decoder.IsInsideCharacter() ? Lead::unitBytes : 0);
+    chapter.begin = lead.offset - (decoder.IsInsideCharacter() ? Lead::kUnitBytes : 0);
 }
 
 // The leads are in the order of the text, which has `textBytes` bytes.

@@ -169,6 +169,12 @@ bool Program::AwaitField(const std::string& field, const std::string& value) {
         [&](const Frame& frame) { return frame.count(field) && frame.at(field) == value; });
 }
 
+bool Program::AwaitAnswer(const std::string& key) {
+    m_last.clear();
+    Hand("key " + key);
+    return Await([](const Frame& frame) { return frame.count("us") > 0; });
+}
+
 void Program::Signal(int signal) {
     kill(m_nId, signal);
 }

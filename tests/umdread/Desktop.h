@@ -61,9 +61,10 @@ public:
     bool AwaitDrawn(Act act) {
         m_last.clear();
         act();
-        return Await(
-            [](const Frame& frame) { return frame.count("drawn") && frame.at("drawn") == "1"; });
+        return AwaitField("drawn", "1");
     }
+    // Up to the one that answers a key; one that was under way before does not.
+    bool AwaitAnswer(const std::string& key);
 
     void Signal(int signal);
     int Wait(); // its exit status; that of the shell, 128 and the signal, when a signal ended it

@@ -56,7 +56,7 @@ protected:
 };
 
 void Press(Program& window, const std::string& key) {
-    ASSERT_TRUE(window.AwaitDrawn([&] { Hand("key " + key); })) << key << window.Errors();
+    ASSERT_TRUE(window.AwaitAnswer(key)) << key << window.Errors();
 }
 
 // The page's coverage as the library draws it for the place, size and font of a frame.
@@ -167,8 +167,15 @@ TEST_F(WindowTest, APersonReadsABook) {
         Press(window, "Return");
         EXPECT_NE(window["place"], chapter);
         desktop::Keep(out / "7-found.png");
-        Hand("key Escape");
-        ASSERT_TRUE(window.AwaitDrawn([] { Hand("key alt+Left"); }));
+        Press(window, "Escape");
+        Press(window, "alt+Left");
+        Hand("key ctrl+g");
+        Hand("type 50");
+        Press(window, "Return");
+        const std::string half = window["place"];
+        Press(window, "space"); // the page has the focus again, not the button of the entry
+        EXPECT_NE(window["place"], half);
+        Press(window, "alt+Left");
         Hand("key ctrl+d");
         ASSERT_TRUE(window.AwaitField("bookmarks", "1"));
         desktop::Keep(out / "8-bookmarked.png");
@@ -211,6 +218,43 @@ TEST_F(WindowTest, ChineseBookStandsBesideItsContents) {
     ASSERT_TRUE(window.AwaitField("bookmarks", "1"));
     desktop::Keep(out / "umdread.png");
     ExpectThePage(book, window.Last());
+    window.Signal(SIGTERM);
+    EXPECT_EQ(window.Wait(), 0);
+    EXPECT_TRUE(umdread::LoadSettings((m_home / "config/umdread").string()).panel);
+    EXPECT_EQ(window.Errors(), "");
+}
+
+// Three keys within the interval of one frame: what is prepared between them must not hold it up.
+TEST_F(WindowTest, NextTurnIsPreparedAfterTheFrameOfTheLast) {
+    Program window(m_home, {MakeBook("alice", 300000)});
+    ASSERT_TRUE(window.AwaitField("prepared", "1")) << window.Errors();
+    for (int i = 0; i < 15; ++i)
+        Hand("key --delay 5 Right Left Right");
+    Hand("key ctrl+d");
+    bool drawn = true;
+    int early = 0;
+    int prepared = 0;
+    EXPECT_TRUE(window.Await([&](const desktop::Frame& frame) {
+        if (frame.count("prepared") > 0) {
+            early += !drawn;
+            ++prepared;
+            drawn = false;
+        } else if (frame.count("drawn") > 0) {
+            drawn |= frame.at("drawn") == "1";
+        }
+        return frame.count("bookmarks") > 0 && frame.at("bookmarks") == "1";
+    }));
+    EXPECT_EQ(early, 0) << "of " << prepared;
+}
+
+TEST_F(WindowTest, FailuresAreSaidInChinese) {
+    const std::string book = (m_home / "book.umd").string();
+    fs::copy_file(TEST_FUZZ_SEEDS "/truncated-in-chunk.umd", book);
+    Program window(m_home, {book}, {"LANGUAGE=zh_CN"});
+    EXPECT_TRUE(
+        window.AwaitField("notice", "无法打开“book.umd”：文件已损坏：无法读取第 1 块（共 1 块）。"))
+        << window["notice"];
+    desktop::Keep(out / "chinese.png");
     EXPECT_EQ(window.Errors(), "");
 }
 

@@ -12,11 +12,10 @@ namespace fs = std::filesystem;
 namespace {
 
 template<typename Value, typename Getter>
-Value GetOr(Getter getter, const Value& otherwise) {
+void Take(Value& value, Getter getter) {
     try {
-        return getter();
-    } catch (const Glib::Error&) {
-        return otherwise;
+        value = getter();
+    } catch (const Glib::Error&) { // it keeps its value
     }
 }
 
@@ -36,21 +35,20 @@ KeyFile::KeyFile(const std::string& folder, const std::string& name)
     }
 }
 
-std::string KeyFile::Get(const std::string& group, const std::string& key,
-                         const std::string& otherwise) const {
-    return GetOr<std::string>([&] { return m_pFile->get_string(group, key); }, otherwise);
+void KeyFile::Get(const std::string& group, const std::string& key, std::string& value) const {
+    Take(value, [&] { return m_pFile->get_string(group, key); });
 }
 
-int KeyFile::Get(const std::string& group, const std::string& key, int otherwise) const {
-    return GetOr<int>([&] { return m_pFile->get_integer(group, key); }, otherwise);
+void KeyFile::Get(const std::string& group, const std::string& key, int& value) const {
+    Take(value, [&] { return m_pFile->get_integer(group, key); });
 }
 
-bool KeyFile::Get(const std::string& group, const std::string& key, bool otherwise) const {
-    return GetOr<bool>([&] { return m_pFile->get_boolean(group, key); }, otherwise);
+void KeyFile::Get(const std::string& group, const std::string& key, bool& value) const {
+    Take(value, [&] { return m_pFile->get_boolean(group, key); });
 }
 
-double KeyFile::Get(const std::string& group, const std::string& key, double otherwise) const {
-    return GetOr<double>([&] { return m_pFile->get_double(group, key); }, otherwise);
+void KeyFile::Get(const std::string& group, const std::string& key, double& value) const {
+    Take(value, [&] { return m_pFile->get_double(group, key); });
 }
 
 void KeyFile::Set(const std::string& group, const std::string& key, const std::string& value) {

@@ -14,12 +14,11 @@ class KeyFile {
 public:
     KeyFile(const std::string& folder, const std::string& name);
 
-    // The value, or `otherwise` when there is none or it is of another type.
-    std::string Get(const std::string& group, const std::string& key,
-                    const std::string& otherwise) const;
-    int Get(const std::string& group, const std::string& key, int otherwise) const;
-    bool Get(const std::string& group, const std::string& key, bool otherwise) const;
-    double Get(const std::string& group, const std::string& key, double otherwise) const;
+    // Leaves the value as it is when the file has none, or one of another type.
+    void Get(const std::string& group, const std::string& key, std::string& value) const;
+    void Get(const std::string& group, const std::string& key, int& value) const;
+    void Get(const std::string& group, const std::string& key, bool& value) const;
+    void Get(const std::string& group, const std::string& key, double& value) const;
 
     void Set(const std::string& group, const std::string& key, const std::string& value);
     void Set(const std::string& group, const std::string& key, int value);

@@ -17,12 +17,7 @@ using namespace QvFormat;
 namespace {
 
 constexpr int kMostTextBytes = 1 << 15; // the library lays out less at a time
-constexpr int kUnitsOfABlock = umdhost::kBlockBytes / 2;
-constexpr int kBlocksNearby = 8; // how far a paragraph's begin is looked for
-
-bool EndsParagraph(char16_t unit) {
-    return unit == 0x2029 || unit == '\n' || unit == '\r';
-}
+constexpr int kBlocksNearby = 8;        // how far a paragraph's begin is looked for
 
 bool IsHan(char16_t unit) {
     return unit >= 0x3400 && unit < 0xA000;
@@ -216,8 +211,7 @@ std::string Pages::TextAt(const Place& place, long characters) {
 
 Place Pages::ParagraphAfter(int block) {
     const std::string bytes = Bytes(block);
-    const std::size_t most =
-        std::min(bytes.size() / 2, std::size_t{kBlocksNearby * kUnitsOfABlock});
+    const std::size_t most = std::min(bytes.size() / 2, kBlocksNearby * kUnitsOfABlock);
     for (std::size_t unit = 0; block > 0 && unit + 1 < most; ++unit) {
         if (EndsParagraph(UnitAt(bytes, unit)) && !EndsParagraph(UnitAt(bytes, unit + 1)))
             return PlaceOfUnit(bytes, unit + 1, block);

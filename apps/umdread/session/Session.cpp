@@ -34,16 +34,22 @@ std::string FileName(const std::string& path) {
 
 } // namespace
 
+// Reading the chapters and opening the renderer both inflate the whole text, each with a stream and
+// a handler of its own, so they do it at the same time.
 Session::Session(const std::string& path, const Settings& settings)
+    : Session(path, settings, std::async(std::launch::async, [path] {
+                  return umdhost::ReadChapters(umdhost::Book(path));
+              })) {}
+
+Session::Session(const std::string& path, const Settings& settings, FutureChapters chapters)
     : m_sPath(path), m_settings(settings), m_pages(path), m_bChinese(m_pages.IsChinese()),
       m_data(path) {
-    const umdhost::Book book(path);
-    const umdhost::BookStrings strings = book.Strings();
+    const umdhost::BookStrings strings = umdhost::Book(path).Strings();
     m_sTitle = strings.title.value_or("");
     if (m_sTitle.empty())
         m_sTitle = FileName(path);
     m_sAuthor = strings.author.value_or("");
-    for (umdhost::Chapter& chapter : umdhost::ReadChapters(book)) {
+    for (umdhost::Chapter& chapter : chapters.get()) {
         if (chapter.place)
             m_chapters.push_back(std::move(chapter));
     }
@@ -113,7 +119,7 @@ Turn Session::TurnPage(bool forward) {
     if (turn != Turn::Done)
         return turn;
     m_bMoved = true;
-    if (++m_nTurns >= turnsUnsaved)
+    if (++m_nTurns >= kTurnsUnsaved)
         SavePlace();
     return turn;
 }
@@ -307,7 +313,14 @@ bool Session::SavePlace() {
         return true;
     m_nTurns = 0;
     m_bMoved = !m_data.SavePlace(Here());
-    return Noted(!m_bMoved);
+    return NotedPlace(!m_bMoved);
+}
+
+bool Session::NotedPlace(bool written) {
+    if (m_bKeepsPlace)
+        Noted(written);
+    m_bKeepsPlace = written;
+    return written;
 }
 
 } // namespace umdread

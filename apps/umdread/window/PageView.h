@@ -17,9 +17,9 @@ public:
     void SetSession(Session* session); // null: an empty page
     void SetTheme(Theme theme);
 
-    // Draws the screen anew, and the marks on it.
+    // Draws the screen anew, and the marks on it; or only these.
     void Refresh();
-    void RefreshMarks();
+    void RefreshMarks() { queue_draw(); }
 
     sigc::signal<void(bool forward)>& SignalTurn() { return m_signalTurn; }
     sigc::signal<void()>& SignalCorner() { return m_signalCorner; }
