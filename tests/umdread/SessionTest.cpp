@@ -8,7 +8,6 @@
 
 #include "common/Failure.h"
 #include "session/KeyFile.h"
-#include "session/PlaceOrder.h"
 #include "session/Session.h"
 #include "session/Shelf.h"
 #include "tools/UmdBookWriter.h"

@@ -1,7 +1,5 @@
 #include "History.h"
 
-#include "session/PlaceOrder.h"
-
 namespace umdread {
 
 namespace {

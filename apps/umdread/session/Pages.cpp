@@ -7,7 +7,6 @@
 #include "common/Book.h"
 #include "common/Failure.h"
 #include "common/TextDecoder.h"
-#include "session/PlaceOrder.h"
 #include "session/Utf16.h"
 
 namespace umdread {
@@ -34,7 +33,9 @@ Pages::Pages(const std::string& path) : m_sPath(path), m_pLayout(nullptr) {
     umdhost::CheckFile(path);
     auto stream = std::make_unique<CFileStream>(
         reinterpret_cast<const unsigned char*>(path.c_str()), FileOpenRead);
-    auto layout = std::make_unique<CPangoLayout>("Serif 18", m_nWidth, m_nHeight, 72, 72);
+    const Setting setting;
+    auto layout =
+        std::make_unique<CPangoLayout>(setting.font.c_str(), setting.width, setting.height, 72, 72);
     layout->SetWrap(QVLayoutWrapWordChar);
     m_pLayout = layout.get();
     char noReadingData[] = "";
@@ -42,23 +43,13 @@ Pages::Pages(const std::string& path) : m_sPath(path), m_pLayout(nullptr) {
         umdhost::ExplainRefusal(path);
 }
 
-void Pages::SetSize(unsigned int width, unsigned int height) {
-    m_nWidth = width;
-    m_nHeight = height;
-    LayOut();
-}
-
+// The renderer lays the text out anew when it next draws, here into a single pixel.
 void Pages::Set(const Setting& setting) {
     m_pLayout->SetFontDescription(setting.font.c_str());
     m_pLayout->SetLineSpacing(setting.lineSpacing);
     m_pLayout->SetIndent(setting.indent);
     m_pLayout->SetJustify(setting.justified);
-    LayOut();
-}
-
-// The renderer lays the text out anew when it next draws, here into a single pixel.
-void Pages::LayOut() {
-    m_renderer.SetScreenRes(m_nWidth, m_nHeight);
+    m_renderer.SetScreenRes(setting.width, setting.height);
     unsigned char pixel = 0;
     m_renderer.DrawCurScreen({0, &pixel, 1, 1, 1}, 0, 0);
     Locate();

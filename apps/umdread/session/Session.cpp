@@ -5,7 +5,6 @@
 
 #include "common/Book.h"
 #include "session/Fonts.h"
-#include "session/PlaceOrder.h"
 
 namespace umdread {
 
@@ -100,9 +99,8 @@ void Session::ApplySettings() {
     m_text.x = (m_nWidth - m_text.width) / 2;
     m_text.y = std::min(measure.margin * m_nScale * 3 / 4, m_nHeight / 8);
     m_text.height = std::max(m_nHeight - 2 * m_text.y, 1);
-    m_pages.SetSize(static_cast<unsigned int>(m_text.width),
-                    static_cast<unsigned int>(m_text.height));
-    m_pages.Set({Font(), static_cast<unsigned int>(size * m_settings.spacing / 100),
+    m_pages.Set({static_cast<unsigned int>(m_text.width), static_cast<unsigned int>(m_text.height),
+                 Font(), static_cast<unsigned int>(size * m_settings.spacing / 100),
                  size * m_settings.indent, m_settings.justified});
 }
 

@@ -1,7 +1,6 @@
 #include "Settings.h"
 
 #include <algorithm>
-#include <type_traits>
 
 #include "session/KeyFile.h"
 
@@ -31,7 +30,9 @@ void Visit(Chosen& settings, Visitor visit) {
 void Settings::KeepInRange() {
     size = std::clamp(size, 10, 72);
     spacing = std::clamp(spacing, 0, 150);
+    margins = std::clamp(margins, Margins::Narrow, Margins::Wide);
     indent = std::clamp(indent, 0, 4);
+    theme = std::clamp(theme, Theme::Light, Theme::Dark);
     width = std::clamp(width, 360, 10000);
     height = std::clamp(height, 360, 10000);
 }
@@ -39,16 +40,8 @@ void Settings::KeepInRange() {
 Settings LoadSettings(const std::string& folder) {
     const KeyFile file(folder, kFileName);
     Settings settings;
-    Visit(settings, [&](const char* group, const char* key, auto& value) {
-        using Value = std::remove_reference_t<decltype(value)>;
-        if constexpr (std::is_enum_v<Value>) {
-            int number = static_cast<int>(value);
-            file.Get(group, key, number);
-            value = static_cast<Value>(std::clamp(number, 0, 2)); // each has three values
-        } else {
-            file.Get(group, key, value);
-        }
-    });
+    Visit(settings,
+          [&](const char* group, const char* key, auto& value) { file.Get(group, key, value); });
     settings.KeepInRange();
     return settings;
 }
@@ -56,10 +49,7 @@ Settings LoadSettings(const std::string& folder) {
 bool SaveSettings(const std::string& folder, const Settings& settings) {
     KeyFile file(folder, kFileName);
     Visit(settings, [&](const char* group, const char* key, const auto& value) {
-        if constexpr (std::is_enum_v<std::remove_reference_t<decltype(value)>>)
-            file.Set(group, key, static_cast<int>(value));
-        else
-            file.Set(group, key, value);
+        file.Set(group, key, value);
     });
     return file.Save();
 }

@@ -64,10 +64,6 @@ void PageView::Refresh() {
     queue_draw();
 }
 
-bool PageView::TakeDrawn() {
-    return std::exchange(m_bDrawn, false);
-}
-
 // The library adds ink to what it finds, so the image is cleared before.
 void PageView::DrawScreen() {
     const int scale = get_scale_factor();
@@ -83,7 +79,6 @@ void PageView::DrawScreen() {
     m_pSession->Draw(m_pCoverage->get_data(), stride);
     m_pCoverage->mark_dirty();
     m_bOutdated = false;
-    m_bDrawn = true;
     m_signalDrawn.emit();
 }
 

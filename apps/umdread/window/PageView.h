@@ -26,9 +26,6 @@ public:
     sigc::signal<void()>& SignalResized() { return m_signalResized; }
     sigc::signal<void()>& SignalDrawn() { return m_signalDrawn; } // a screen was drawn anew
 
-    // Whether the page was drawn anew since this was last asked.
-    bool TakeDrawn();
-
 private:
     void FitPage();
     void DrawScreen();
@@ -42,7 +39,6 @@ private:
     Theme m_theme = Theme::Light;
     Cairo::RefPtr<Cairo::ImageSurface> m_pCoverage;
     bool m_bOutdated = true;
-    bool m_bDrawn = false;
     double m_nPressedX = 0, m_nPressedY = 0;
     sigc::signal<void(bool)> m_signalTurn;
     sigc::signal<void()> m_signalCorner;

@@ -3,6 +3,7 @@
 #include <exception>
 #include <locale>
 #include <sstream>
+#include <utility>
 
 #include <glibmm/i18n.h>
 #include <glibmm/main.h>
@@ -298,7 +299,7 @@ void ReaderWindow::Notice(const Glib::ustring& text, bool offersToGoOn) {
 
 void ReaderWindow::TraceFrame() {
     gdk_display_sync(get_display()->gobj());
-    const bool drawn = m_page.TakeDrawn();
+    const bool drawn = std::exchange(m_bDrawn, false);
     std::ostringstream line;
     line.imbue(std::locale::classic()); // numbers without separators
     line << "frame window=" << get_id();

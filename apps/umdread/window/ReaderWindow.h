@@ -83,6 +83,7 @@ private:
 
     Application& m_application;
     std::unique_ptr<Session> m_pSession;
+    bool m_bDrawn = false;  // the page, since the last frame
     guint32 m_nKeyTime = 0; // of the key press that the next frame answers; milliseconds
     gint64 m_nKeyCpu = 0;   // the process's time then; microseconds
 

@@ -170,7 +170,10 @@ void ReaderWindow::ListenToPlace() {
     m_page.SignalTurn().connect([this](bool forward) { Turn(forward); });
     m_page.SignalCorner().connect([this] { ToggleBookmark(); });
     m_page.SignalResized().connect([this] { m_place.Update(); });
-    m_page.SignalDrawn().connect([this] { PrepareLater(); });
+    m_page.SignalDrawn().connect([this] {
+        m_bDrawn = true;
+        PrepareLater();
+    });
     m_place.SignalJumped().connect([this](bool shown) { Jumped(shown); });
     m_place.SignalDragged().connect([this] { UpdatePage(); });
     m_place.SignalDropped().connect([this] { SavePlace(); });
