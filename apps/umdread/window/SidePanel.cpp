@@ -61,21 +61,25 @@ void SidePanel::AddPage(Gtk::Widget& page, const char* name, const Glib::ustring
 void SidePanel::ListenToLists() {
     m_contents.SignalChosen().connect(
         [this](unsigned int i) { m_signalJumped.emit(m_pSession->GoToChapter(i)); });
-    ListenToMarks(m_bookmarks, &Session::Bookmarks, &Session::RemoveBookmark);
-    ListenToMarks(m_notes, &Session::Notes, &Session::RemoveNote);
+    m_bookmarks.SignalChosen().connect([this](unsigned int i) {
+        m_signalJumped.emit(m_pSession->GoTo(m_pSession->Bookmarks()[i].place));
+    });
+    m_notes.SignalChosen().connect([this](unsigned int i) {
+        m_signalJumped.emit(m_pSession->GoTo(m_pSession->Notes()[i].place));
+    });
+    m_bookmarks.SignalRemoved().connect([this](unsigned int i) {
+        const Place place = m_pSession->Bookmarks()[i].place; // goes with the mark
+        m_pSession->RemoveBookmark(place);
+        m_signalMarked.emit();
+    });
+    m_notes.SignalRemoved().connect([this](unsigned int i) {
+        const Place place = m_pSession->Notes()[i].place;
+        m_pSession->RemoveNote(place);
+        m_signalMarked.emit();
+    });
     m_hits.SignalChosen().connect([this](unsigned int i) {
         m_pSession->FollowHit(i);
         Followed();
-    });
-}
-
-void SidePanel::ListenToMarks(RowList& list, MarksOf marks, Removal removal) {
-    const auto place = [this, marks](unsigned int i) { return (m_pSession->*marks)()[i].place; };
-    list.SignalChosen().connect(
-        [this, place](unsigned int i) { m_signalJumped.emit(m_pSession->GoTo(place(i))); });
-    list.SignalRemoved().connect([this, place, removal](unsigned int i) {
-        (m_pSession->*removal)(place(i));
-        m_signalMarked.emit();
     });
 }
 
@@ -136,13 +140,10 @@ void SidePanel::UpdatePlace() {
 }
 
 void SidePanel::UpdateMarks() {
-    ShowMarks(m_bookmarks, &Session::Bookmarks);
-    ShowMarks(m_notes, &Session::Notes);
-}
-
-void SidePanel::ShowMarks(RowList& list, MarksOf marks) {
-    list.SetRows(static_cast<unsigned int>((m_pSession->*marks)().size()),
-                 [this, marks](unsigned int i) { return MarkRow((m_pSession->*marks)()[i]); });
+    m_bookmarks.SetRows(static_cast<unsigned int>(m_pSession->Bookmarks().size()),
+                        [this](unsigned int i) { return MarkRow(m_pSession->Bookmarks()[i]); });
+    m_notes.SetRows(static_cast<unsigned int>(m_pSession->Notes().size()),
+                    [this](unsigned int i) { return MarkRow(m_pSession->Notes()[i]); });
 }
 
 Glib::ustring SidePanel::PercentOf(const Place& place) const {

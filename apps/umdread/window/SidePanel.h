@@ -38,11 +38,7 @@ public:
 private:
     void AddPage(Gtk::Widget& page, const char* name, const Glib::ustring& title, const char* icon);
     Gtk::Box* MakeSearchPage();
-    using MarksOf = const Marks& (Session::*)() const;
-    using Removal = bool (Session::*)(const Place&);
     void ListenToLists();
-    void ListenToMarks(RowList& list, MarksOf marks, Removal removal);
-    void ShowMarks(RowList& list, MarksOf marks);
     void ListenToEntry();
     void StartSearch();
     bool StepSearch();
