@@ -185,6 +185,7 @@ Row SidePanel::HitRow(unsigned int index) const {
 // In slices on the main loop, so that typing and reading go on; new text drops the search before.
 void SidePanel::StartSearch() {
     m_step.disconnect();
+    m_next.reset();
     if (m_pSession == nullptr)
         return;
     m_pSession->StartSearch(m_entry.get_text());
@@ -206,11 +207,18 @@ bool SidePanel::StepSearch() {
     if (!more) {
         m_step.disconnect();
         m_signalSearched.emit();
+        if (m_next)
+            NextHit(*m_next);
     }
     return more;
 }
 
 void SidePanel::NextHit(bool forward) {
+    if (IsSearching()) {
+        m_next = forward;
+        return;
+    }
+    m_next.reset();
     m_pSession->NextHit(forward);
     Followed();
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include <gtkmm/box.h>
 #include <gtkmm/label.h>
 #include <gtkmm/searchentry.h>
@@ -57,6 +59,7 @@ private:
     Gtk::SearchEntry m_entry;
     Gtk::Label m_count;
     sigc::connection m_step;
+    std::optional<bool> m_next; // asked for while the search goes on: the hit forward or backward
     sigc::signal<void(bool)> m_signalJumped;
     sigc::signal<void()> m_signalFollowed, m_signalMarked, m_signalSearched, m_signalLeave;
 };
