@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <tuple>
 
 namespace umdhost {
 
@@ -10,6 +11,14 @@ struct Place {
     unsigned int block = 0;
     unsigned int offset = 0;
 };
+
+// In the order of the text.
+inline bool operator==(const Place& a, const Place& b) {
+    return a.block == b.block && a.offset == b.offset;
+}
+inline bool operator<(const Place& a, const Place& b) {
+    return std::tie(a.block, a.offset) < std::tie(b.block, b.offset);
+}
 
 // The reading-data file that belongs to a book.
 std::string ReadingDataPath(const std::string& book);

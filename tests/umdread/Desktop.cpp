@@ -1,5 +1,6 @@
 #include "Desktop.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -91,12 +92,11 @@ Frame Parse(const std::string& line) {
 
 } // namespace
 
-std::vector<int> Numbers(const std::string& text) {
-    std::vector<int> numbers;
-    std::istringstream parts(text);
-    for (std::string part; std::getline(parts, part, ',');)
-        numbers.push_back(std::stoi(part));
-    return numbers;
+std::vector<int> Numbers(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c == ',' || c == ':'; }, ' ');
+    std::istringstream numbers(text);
+    return {std::istream_iterator<int>(numbers), {}};
 }
 
 Display::Display(int width, int height) {
@@ -161,12 +161,23 @@ bool Program::ReadFrame() {
     if (!ReadLine(m_nOutput, m_pending, line))
         return false;
     m_last = Parse(line);
+    if (m_last.count("prepared") > 0) {
+        m_nEarly += !m_bDrawn;
+        m_bDrawn = false;
+    }
+    m_bDrawn |= (*this)["drawn"] == "1";
     return true;
 }
 
 bool Program::AwaitField(const std::string& field, const std::string& value) {
     return Await(
         [&](const Frame& frame) { return frame.count(field) && frame.at(field) == value; });
+}
+
+bool Program::AwaitAnswer(const std::string& key) {
+    m_last.clear();
+    Hand("key " + key);
+    return Await([](const Frame& frame) { return frame.count("us") > 0; });
 }
 
 void Program::Signal(int signal) {

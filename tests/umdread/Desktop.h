@@ -20,7 +20,7 @@ struct Picture {
 
 // What the program says of a frame: "place=12:3" and so on.
 using Frame = std::map<std::string, std::string>;
-std::vector<int> Numbers(const std::string& text); // of "65,36,760,830"
+std::vector<int> Numbers(std::string text); // of "65,36,760,830"
 
 class Display {
 public:
@@ -61,9 +61,13 @@ public:
     bool AwaitDrawn(Act act) {
         m_last.clear();
         act();
-        return Await(
-            [](const Frame& frame) { return frame.count("drawn") && frame.at("drawn") == "1"; });
+        return AwaitField("drawn", "1");
     }
+    // Up to the one that answers a key; one that was under way before does not.
+    bool AwaitAnswer(const std::string& key);
+
+    // How often a turn was prepared although the last one was not on the screen yet.
+    int PreparedEarly() const { return m_nEarly; }
 
     void Signal(int signal);
     int Wait(); // its exit status; that of the shell, 128 and the signal, when a signal ended it
@@ -77,6 +81,8 @@ private:
     int m_nOutput = -1;
     std::string m_pending;
     Frame m_last;
+    bool m_bDrawn = false; // since a turn was prepared
+    int m_nEarly = 0;
 };
 
 // xdotool with these arguments.

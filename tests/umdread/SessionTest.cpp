@@ -8,7 +8,6 @@
 
 #include "common/Failure.h"
 #include "session/KeyFile.h"
-#include "session/PlaceOrder.h"
 #include "session/Session.h"
 #include "session/Shelf.h"
 #include "tools/UmdBookWriter.h"
@@ -303,9 +302,11 @@ TEST_F(SessionTest, ReadingDataThatCannotBeWrittenIsSaidAndReadingGoesOn) {
     EXPECT_TRUE(session->TakeSavingFailed());
     EXPECT_FALSE(session->TakeSavingFailed());
     EXPECT_FALSE(session->ToggleBookmark());
+    EXPECT_TRUE(session->TakeSavingFailed());
     EXPECT_TRUE(session->Bookmarks().empty());
     TurnOn(*session, 3);
     EXPECT_FALSE(session->SavePlace());
+    EXPECT_FALSE(session->TakeSavingFailed()); // of the place it was said before
 }
 
 TEST_F(SessionTest, SavedPlaceOutsideOfTheBookOpensItsBeginning) {
@@ -327,10 +328,10 @@ TEST_F(SessionTest, SettingsComeBackAndADamagedFileIsSetAside) {
     EXPECT_EQ(umdread::LoadSettings(folder).theme, umdread::Theme::Dark);
     EXPECT_FALSE(umdread::LoadSettings(folder).justified);
     std::ofstream(folder + "/settings.ini") << "[Type\nsize=\xff";
-    EXPECT_EQ(umdread::LoadSettings(folder).size, Settings::defaultSize);
+    EXPECT_EQ(umdread::LoadSettings(folder).size, Settings::kDefaultSize);
     EXPECT_TRUE(fs::exists(folder + "/settings.ini.damaged"));
     std::ofstream(folder + "/settings.ini") << "[Type]\nsize=many\ntheme=77\n";
-    EXPECT_EQ(umdread::LoadSettings(folder).size, Settings::defaultSize);
+    EXPECT_EQ(umdread::LoadSettings(folder).size, Settings::kDefaultSize);
     EXPECT_EQ(umdread::LoadSettings(folder).theme, umdread::Theme::Dark);
 }
 
@@ -344,7 +345,7 @@ TEST_F(SessionTest, ShelfHasTheLatestFirstAndNoneThatIsGone) {
     shelf.Put({path(20), "again", "", 0.5});
     fs::remove(path(39));
     const auto books = shelf.Books();
-    ASSERT_EQ(books.size(), umdread::Shelf::mostBooks - 1);
+    ASSERT_EQ(books.size(), umdread::Shelf::kMostBooks - 1);
     EXPECT_EQ(books[0].title, "again");
     EXPECT_EQ(books[0].fraction, 0.5);
     EXPECT_EQ(books[1].title, "T38");

@@ -56,7 +56,7 @@ protected:
 };
 
 void Press(Program& window, const std::string& key) {
-    ASSERT_TRUE(window.AwaitDrawn([&] { Hand("key " + key); })) << key << window.Errors();
+    ASSERT_TRUE(window.AwaitAnswer(key)) << key << window.Errors();
 }
 
 // The page's coverage as the library draws it for the place, size and font of a frame.
@@ -78,9 +78,7 @@ std::vector<unsigned char> Coverage(const std::string& book, const desktop::Fram
     layout->SetIndent(size * settings.indent);
     layout->SetJustify(settings.justified);
     render.SetScreenRes(static_cast<unsigned int>(box[2]), static_cast<unsigned int>(box[3]));
-    std::string place = frame.at("place");
-    std::replace(place.begin(), place.end(), ':', ',');
-    const std::vector<int> numbers = desktop::Numbers(place);
+    const std::vector<int> numbers = desktop::Numbers(frame.at("place"));
     render.UmdSetText(numbers[0], numbers[1]);
     std::vector<unsigned char> coverage(static_cast<std::size_t>(box[2] * box[3]));
     render.DrawCurScreen({0, coverage.data(), box[3], box[2], box[2]}, 0, 0);
@@ -160,18 +158,28 @@ TEST_F(WindowTest, APersonReadsABook) {
 
         Hand("key ctrl+f");
         Hand("type rabbit-hole");
-        ASSERT_TRUE(window.Await([](const desktop::Frame& frame) {
-            return frame.count("hits") && frame.at("hits") != "0" && frame.at("searching") == "0";
-        }));
-        Press(window, "Return");
+        Press(window, "Return"); // also while the search goes on
+        EXPECT_EQ(window["hits"], "21");
         Press(window, "Return");
         EXPECT_NE(window["place"], chapter);
         desktop::Keep(out / "7-found.png");
-        Hand("key Escape");
-        ASSERT_TRUE(window.AwaitDrawn([] { Hand("key alt+Left"); }));
+        Press(window, "Escape");
+        Press(window, "alt+Left");
+        Hand("key ctrl+g");
+        Hand("type 50");
+        Press(window, "Return");
+        const std::string half = window["place"];
+        Press(window, "space"); // the page has the focus again, not the button of the entry
+        EXPECT_NE(window["place"], half);
+        Press(window, "alt+Left");
         Hand("key ctrl+d");
         ASSERT_TRUE(window.AwaitField("bookmarks", "1"));
         desktop::Keep(out / "8-bookmarked.png");
+        for (int i = 0; i < 15; ++i)
+            Hand("key --delay 5 Left Right Left"); // three within the interval of a frame
+        Hand("key Home");
+        ASSERT_TRUE(window.AwaitField("place", "0:0"));
+        EXPECT_EQ(window.PreparedEarly(), 0);
         for (int i = 0; i < 20; ++i)
             Press(window, "Next");
         lastPlace = window["place"];
@@ -211,6 +219,20 @@ TEST_F(WindowTest, ChineseBookStandsBesideItsContents) {
     ASSERT_TRUE(window.AwaitField("bookmarks", "1"));
     desktop::Keep(out / "umdread.png");
     ExpectThePage(book, window.Last());
+    window.Signal(SIGTERM);
+    EXPECT_EQ(window.Wait(), 0);
+    EXPECT_TRUE(umdread::LoadSettings((m_home / "config/umdread").string()).panel);
+    EXPECT_EQ(window.Errors(), "");
+}
+
+TEST_F(WindowTest, FailuresAreSaidInChinese) {
+    const std::string book = (m_home / "book.umd").string();
+    fs::copy_file(TEST_FUZZ_SEEDS "/truncated-in-chunk.umd", book);
+    Program window(m_home, {book}, {"LANGUAGE=zh_CN"});
+    EXPECT_TRUE(
+        window.AwaitField("notice", "无法打开“book.umd”：文件已损坏：无法读取第 1 块（共 1 块）。"))
+        << window["notice"];
+    desktop::Keep(out / "chinese.png");
     EXPECT_EQ(window.Errors(), "");
 }
 
@@ -294,7 +316,6 @@ TEST_F(WindowTest, Measures) {
     while (session.StepSearch())
         ;
     const Milliseconds search = Clock::now() - searching;
-    EXPECT_LT(search.count(), 500);
     std::printf("From start to the first page: %.0f ms\n"
                 "Search of a 2 MB book: %.1f ms\n"
                 "Resident with the book open: %ld KB, after 600 turns: %ld KB\n",

@@ -1,12 +1,10 @@
 #include "History.h"
 
-#include "session/PlaceOrder.h"
-
 namespace umdread {
 
 namespace {
 
-constexpr std::size_t most = 200;
+constexpr std::size_t kMostPlaces = 200;
 
 }
 
@@ -14,7 +12,7 @@ void History::Leave(const umdhost::Place& place) {
     m_forward.clear();
     if (!m_back.empty() && m_back.back() == place)
         return;
-    if (m_back.size() == most)
+    if (m_back.size() == kMostPlaces)
         m_back.erase(m_back.begin());
     m_back.push_back(place);
 }

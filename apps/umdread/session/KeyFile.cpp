@@ -9,19 +9,6 @@ namespace umdread {
 
 namespace fs = std::filesystem;
 
-namespace {
-
-template<typename Value, typename Getter>
-Value GetOr(Getter getter, const Value& otherwise) {
-    try {
-        return getter();
-    } catch (const Glib::Error&) {
-        return otherwise;
-    }
-}
-
-} // namespace
-
 KeyFile::KeyFile(const std::string& folder, const std::string& name)
     : m_sFolder(folder), m_sPath((fs::path(folder) / name).string()),
       m_pFile(Glib::KeyFile::create()) {
@@ -34,39 +21,6 @@ KeyFile::KeyFile(const std::string& folder, const std::string& name)
         fs::rename(m_sPath, m_sPath + ".damaged", error);
         m_pFile = Glib::KeyFile::create();
     }
-}
-
-std::string KeyFile::Get(const std::string& group, const std::string& key,
-                         const std::string& otherwise) const {
-    return GetOr<std::string>([&] { return m_pFile->get_string(group, key); }, otherwise);
-}
-
-int KeyFile::Get(const std::string& group, const std::string& key, int otherwise) const {
-    return GetOr<int>([&] { return m_pFile->get_integer(group, key); }, otherwise);
-}
-
-bool KeyFile::Get(const std::string& group, const std::string& key, bool otherwise) const {
-    return GetOr<bool>([&] { return m_pFile->get_boolean(group, key); }, otherwise);
-}
-
-double KeyFile::Get(const std::string& group, const std::string& key, double otherwise) const {
-    return GetOr<double>([&] { return m_pFile->get_double(group, key); }, otherwise);
-}
-
-void KeyFile::Set(const std::string& group, const std::string& key, const std::string& value) {
-    m_pFile->set_string(group, key, value);
-}
-
-void KeyFile::Set(const std::string& group, const std::string& key, int value) {
-    m_pFile->set_integer(group, key, value);
-}
-
-void KeyFile::Set(const std::string& group, const std::string& key, bool value) {
-    m_pFile->set_boolean(group, key, value);
-}
-
-void KeyFile::Set(const std::string& group, const std::string& key, double value) {
-    m_pFile->set_double(group, key, value);
 }
 
 std::vector<std::string> KeyFile::Groups() const {

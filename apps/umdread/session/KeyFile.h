@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <glibmm/keyfile.h>
@@ -14,17 +15,33 @@ class KeyFile {
 public:
     KeyFile(const std::string& folder, const std::string& name);
 
-    // The value, or `otherwise` when there is none or it is of another type.
-    std::string Get(const std::string& group, const std::string& key,
-                    const std::string& otherwise) const;
-    int Get(const std::string& group, const std::string& key, int otherwise) const;
-    bool Get(const std::string& group, const std::string& key, bool otherwise) const;
-    double Get(const std::string& group, const std::string& key, double otherwise) const;
+    // Leaves the value as it is when the file has none, or one of another type.
+    template<typename Value>
+    void Get(const std::string& group, const std::string& key, Value& value) const {
+        try {
+            if constexpr (std::is_same_v<Value, std::string>)
+                value = m_pFile->get_string(group, key);
+            else if constexpr (std::is_same_v<Value, bool>)
+                value = m_pFile->get_boolean(group, key);
+            else if constexpr (std::is_same_v<Value, double>)
+                value = m_pFile->get_double(group, key);
+            else // a whole number or an enumeration
+                value = static_cast<Value>(m_pFile->get_integer(group, key));
+        } catch (const Glib::Error&) { // it keeps its value
+        }
+    }
 
-    void Set(const std::string& group, const std::string& key, const std::string& value);
-    void Set(const std::string& group, const std::string& key, int value);
-    void Set(const std::string& group, const std::string& key, bool value);
-    void Set(const std::string& group, const std::string& key, double value);
+    template<typename Value>
+    void Set(const std::string& group, const std::string& key, const Value& value) {
+        if constexpr (std::is_same_v<Value, std::string>)
+            m_pFile->set_string(group, key, value);
+        else if constexpr (std::is_same_v<Value, bool>)
+            m_pFile->set_boolean(group, key, value);
+        else if constexpr (std::is_same_v<Value, double>)
+            m_pFile->set_double(group, key, value);
+        else
+            m_pFile->set_integer(group, key, static_cast<int>(value));
+    }
 
     std::vector<std::string> Groups() const;
     void Clear();

@@ -7,7 +7,6 @@
 #include "common/Book.h"
 #include "common/Failure.h"
 #include "common/TextDecoder.h"
-#include "session/PlaceOrder.h"
 #include "session/Utf16.h"
 
 namespace umdread {
@@ -17,12 +16,7 @@ using namespace QvFormat;
 namespace {
 
 constexpr int kMostTextBytes = 1 << 15; // the library lays out less at a time
-constexpr int kUnitsOfABlock = umdhost::kBlockBytes / 2;
-constexpr int kBlocksNearby = 8; // how far a paragraph's begin is looked for
-
-bool EndsParagraph(char16_t unit) {
-    return unit == 0x2029 || unit == '\n' || unit == '\r';
-}
+constexpr int kBlocksNearby = 8;        // how far a paragraph's begin is looked for
 
 bool IsHan(char16_t unit) {
     return unit >= 0x3400 && unit < 0xA000;
@@ -39,7 +33,9 @@ Pages::Pages(const std::string& path) : m_sPath(path), m_pLayout(nullptr) {
     umdhost::CheckFile(path);
     auto stream = std::make_unique<CFileStream>(
         reinterpret_cast<const unsigned char*>(path.c_str()), FileOpenRead);
-    auto layout = std::make_unique<CPangoLayout>("Serif 18", m_nWidth, m_nHeight, 72, 72);
+    const Setting setting;
+    auto layout =
+        std::make_unique<CPangoLayout>(setting.font.c_str(), setting.width, setting.height, 72, 72);
     layout->SetWrap(QVLayoutWrapWordChar);
     m_pLayout = layout.get();
     char noReadingData[] = "";
@@ -47,23 +43,13 @@ Pages::Pages(const std::string& path) : m_sPath(path), m_pLayout(nullptr) {
         umdhost::ExplainRefusal(path);
 }
 
-void Pages::SetSize(unsigned int width, unsigned int height) {
-    m_nWidth = width;
-    m_nHeight = height;
-    LayOut();
-}
-
+// The renderer lays the text out anew when it next draws, here into a single pixel.
 void Pages::Set(const Setting& setting) {
     m_pLayout->SetFontDescription(setting.font.c_str());
     m_pLayout->SetLineSpacing(setting.lineSpacing);
     m_pLayout->SetIndent(setting.indent);
     m_pLayout->SetJustify(setting.justified);
-    LayOut();
-}
-
-// The renderer lays the text out anew when it next draws, here into a single pixel.
-void Pages::LayOut() {
-    m_renderer.SetScreenRes(m_nWidth, m_nHeight);
+    m_renderer.SetScreenRes(setting.width, setting.height);
     unsigned char pixel = 0;
     m_renderer.DrawCurScreen({0, &pixel, 1, 1, 1}, 0, 0);
     Locate();
@@ -216,8 +202,7 @@ std::string Pages::TextAt(const Place& place, long characters) {
 
 Place Pages::ParagraphAfter(int block) {
     const std::string bytes = Bytes(block);
-    const std::size_t most =
-        std::min(bytes.size() / 2, std::size_t{kBlocksNearby * kUnitsOfABlock});
+    const std::size_t most = std::min(bytes.size() / 2, kBlocksNearby * kUnitsOfABlock);
     for (std::size_t unit = 0; block > 0 && unit + 1 < most; ++unit) {
         if (EndsParagraph(UnitAt(bytes, unit)) && !EndsParagraph(UnitAt(bytes, unit + 1)))
             return PlaceOfUnit(bytes, unit + 1, block);

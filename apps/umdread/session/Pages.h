@@ -15,7 +15,9 @@ using umdhost::Place;
 
 // How the text is set, in pixels of the image that pages are drawn into.
 struct Setting {
-    std::string font; // Pango's description, size in pixels
+    unsigned int width = 600;
+    unsigned int height = 800;
+    std::string font = "Serif 18"; // Pango's description, size in pixels
     unsigned int lineSpacing = 0;
     int indent = 0;
     bool justified = false;
@@ -37,7 +39,6 @@ public:
     explicit Pages(const std::string& path);
 
     // The screen shown keeps its first character.
-    void SetSize(unsigned int width, unsigned int height);
     void Set(const Setting& setting);
 
     // Show a screen; false, with the screen as it was, when there is none to show. Where the text
@@ -85,7 +86,6 @@ private:
     };
 
     Gap LookAhead(bool forward);
-    void LayOut();
     void Locate();
     bool Located();
     void LocateLines(const QvFormat::QVLayoutLineInfo* table, unsigned int count);
@@ -96,8 +96,6 @@ private:
     std::string m_sPath;
     QvFormat::CPangoLayout* m_pLayout; // the renderer's
     QvFormat::CUMDRenderImpl m_renderer;
-    unsigned int m_nWidth = 600;
-    unsigned int m_nHeight = 800;
     int m_nPassedOver = 0;
     Place m_begin;
     std::optional<Place> m_end;

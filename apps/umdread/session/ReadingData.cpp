@@ -13,7 +13,6 @@
 #include "readingdata/CBookAnnotationImpl.h"
 #include "readingdata/CBookAnnotationListProxy.h"
 #include "readingdata/CQvpFile.h"
-#include "session/PlaceOrder.h"
 
 namespace umdread {
 

@@ -13,7 +13,6 @@ namespace umdread {
 
 namespace {
 
-constexpr std::size_t kUnitsOfABlock = umdhost::kBlockBytes / 2;
 constexpr std::size_t kUnitsAround = 40; // of a hit's surroundings, on each side
 
 char16_t Folded(char16_t unit) {
@@ -47,14 +46,6 @@ std::u16string ToFoldedUnits(const std::string& utf8) {
     return folded;
 }
 
-bool IsSeparator(char16_t unit) {
-    return unit == 0x2029 || unit == '\n' || unit == '\r';
-}
-
-bool IsSecondHalf(char16_t unit) {
-    return (unit & 0xFC00) == 0xDC00;
-}
-
 } // namespace
 
 Search::Search(const std::string& path, const std::string& text)
@@ -62,7 +53,7 @@ Search::Search(const std::string& path, const std::string& text)
       m_nUnitsLeft(static_cast<std::size_t>(std::max(m_book.DeclaredBytes(), 0)) / 2) {}
 
 bool Search::Step() {
-    if (m_sNeedle.empty() || m_nChunk == m_book.ChunkCount() || m_hits.size() == mostHits)
+    if (m_sNeedle.empty() || m_nChunk == m_book.ChunkCount() || m_hits.size() == kMostHits)
         return false;
     const umdhost::Chunk chunk = m_book.ReadChunk(m_nChunk++);
     if (chunk.bytes == nullptr) {
@@ -80,12 +71,12 @@ bool Search::Step() {
     const std::size_t kept = last ? 0 : m_sNeedle.size() + kUnitsAround; // for the next chunk
     FindIn(m_folded.size() - std::min(kept, m_folded.size()));
     DropSearched();
-    return !last && m_hits.size() < mostHits;
+    return !last && m_hits.size() < kMostHits;
 }
 
 // Finds what begins before unit `end`.
 void Search::FindIn(std::size_t end) {
-    while (m_hits.size() < mostHits) {
+    while (m_hits.size() < kMostHits) {
         const std::size_t unit = m_folded.find(m_sNeedle, m_nSearched);
         if (unit == std::u16string::npos || unit >= end)
             break;
@@ -100,11 +91,11 @@ void Search::AddHit(std::size_t unit) {
     std::size_t from = unit - std::min(unit, kUnitsAround);
     std::size_t to = std::min(end + kUnitsAround, m_folded.size());
     for (std::size_t i = from; i < unit; ++i) {
-        if (IsSeparator(m_folded[i]))
+        if (EndsParagraph(m_folded[i]))
             from = i + 1;
     }
     for (std::size_t i = to; i > end; --i) {
-        if (IsSeparator(m_folded[i - 1]))
+        if (EndsParagraph(m_folded[i - 1]))
             to = i - 1;
     }
     if (from < unit && IsSecondHalf(m_folded[from]))

@@ -19,7 +19,7 @@ struct Hit {
 // by chunk when asked to, with a stream and a handler of its own, and is dropped to cancel.
 class Search {
 public:
-    static constexpr std::size_t mostHits = 2000;
+    static constexpr std::size_t kMostHits = 2000;
 
     // Throws umdhost::Failure when the book cannot be read.
     Search(const std::string& path, const std::string& text);

@@ -5,7 +5,6 @@
 
 #include "common/Book.h"
 #include "session/Fonts.h"
-#include "session/PlaceOrder.h"
 
 namespace umdread {
 
@@ -34,16 +33,22 @@ std::string FileName(const std::string& path) {
 
 } // namespace
 
+// Reading the chapters and opening the renderer both inflate the whole text, each with a stream and
+// a handler of its own, so they do it at the same time.
 Session::Session(const std::string& path, const Settings& settings)
+    : Session(path, settings, std::async(std::launch::async, [path] {
+                  return umdhost::ReadChapters(umdhost::Book(path));
+              })) {}
+
+Session::Session(const std::string& path, const Settings& settings, FutureChapters chapters)
     : m_sPath(path), m_settings(settings), m_pages(path), m_bChinese(m_pages.IsChinese()),
       m_data(path) {
-    const umdhost::Book book(path);
-    const umdhost::BookStrings strings = book.Strings();
+    const umdhost::BookStrings strings = umdhost::Book(path).Strings();
     m_sTitle = strings.title.value_or("");
     if (m_sTitle.empty())
         m_sTitle = FileName(path);
     m_sAuthor = strings.author.value_or("");
-    for (umdhost::Chapter& chapter : umdhost::ReadChapters(book)) {
+    for (umdhost::Chapter& chapter : chapters.get()) {
         if (chapter.place)
             m_chapters.push_back(std::move(chapter));
     }
@@ -94,9 +99,8 @@ void Session::ApplySettings() {
     m_text.x = (m_nWidth - m_text.width) / 2;
     m_text.y = std::min(measure.margin * m_nScale * 3 / 4, m_nHeight / 8);
     m_text.height = std::max(m_nHeight - 2 * m_text.y, 1);
-    m_pages.SetSize(static_cast<unsigned int>(m_text.width),
-                    static_cast<unsigned int>(m_text.height));
-    m_pages.Set({Font(), static_cast<unsigned int>(size * m_settings.spacing / 100),
+    m_pages.Set({static_cast<unsigned int>(m_text.width), static_cast<unsigned int>(m_text.height),
+                 Font(), static_cast<unsigned int>(size * m_settings.spacing / 100),
                  size * m_settings.indent, m_settings.justified});
 }
 
@@ -113,7 +117,7 @@ Turn Session::TurnPage(bool forward) {
     if (turn != Turn::Done)
         return turn;
     m_bMoved = true;
-    if (++m_nTurns >= turnsUnsaved)
+    if (++m_nTurns >= kTurnsUnsaved)
         SavePlace();
     return turn;
 }
@@ -307,7 +311,14 @@ bool Session::SavePlace() {
         return true;
     m_nTurns = 0;
     m_bMoved = !m_data.SavePlace(Here());
-    return Noted(!m_bMoved);
+    return NotedPlace(!m_bMoved);
+}
+
+bool Session::NotedPlace(bool written) {
+    if (m_bKeepsPlace)
+        Noted(written);
+    m_bKeepsPlace = written;
+    return written;
 }
 
 } // namespace umdread

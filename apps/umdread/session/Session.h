@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,7 +29,7 @@ struct Box {
 // a book the one read in decides.
 class Session {
 public:
-    static constexpr int turnsUnsaved = 20;
+    static constexpr int kTurnsUnsaved = 20;
 
     // Opens the book where it was left. Throws umdhost::Failure, saying what is wrong with the
     // file.
@@ -98,7 +99,6 @@ public:
     // An empty text removes the note.
     bool SetNote(const Place& place, const std::string& text);
     bool RemoveNote(const Place& place) { return Noted(m_data.RemoveNote(place)); }
-    void RefreshMarks() { m_data.Refresh(); }
 
     // --- search ---------------------------------------------------------------------------------
     void StartSearch(const std::string& text); // an empty one ends it
@@ -110,14 +110,19 @@ public:
 
     // --- keeping the place ----------------------------------------------------------------------
     // Says in advance whether saving will fail, as beside a book that only may be read.
-    bool CheckSaving() { return Noted(m_data.IsWritable()); }
+    bool CheckSaving() { return NotedPlace(m_data.IsWritable()); }
     bool SavePlace(); // false: it could not be written
-    // Whether one of the savings since this was last asked failed.
+    // Whether a bookmark or note could not be kept since this was last asked, or the place, which
+    // is said once.
     bool TakeSavingFailed() { return std::exchange(m_bSavingFailed, false); }
 
 private:
+    using FutureChapters = std::future<std::vector<umdhost::Chapter>>;
+    Session(const std::string& path, const Settings& settings, FutureChapters chapters);
+
     Turn TurnPage(bool forward);
     bool Noted(bool written);
+    bool NotedPlace(bool written);
     bool Show(const Place& place);
     bool Jump(const Place& place);
     void ApplySettings();
@@ -139,6 +144,7 @@ private:
     std::optional<std::size_t> m_hit;
     bool m_bMoved = false; // since the place was saved
     int m_nTurns = 0;      // since then
+    bool m_bKeepsPlace = true;
     bool m_bSavingFailed = false;
 };
 

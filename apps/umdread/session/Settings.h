@@ -9,11 +9,11 @@ enum class Margins { Narrow, Normal, Wide };
 
 // What the reader chose; numbers are kept within their ranges when they are read or changed.
 struct Settings {
-    static constexpr int defaultSize = 20;
+    static constexpr int kDefaultSize = 20;
 
-    std::string family;     // empty: found through fontconfig
-    int size = defaultSize; // of the letters, pixels
-    int spacing = 45;       // between lines, percent of the size
+    std::string family;      // empty: found through fontconfig
+    int size = kDefaultSize; // of the letters, pixels
+    int spacing = 45;        // between lines, percent of the size
     Margins margins = Margins::Normal;
     bool justified = true;
     int indent = 2; // of a paragraph's first line, characters

@@ -17,12 +17,6 @@ std::string Group(std::size_t index) {
     return "Book " + std::to_string(index + 1);
 }
 
-void Take(std::vector<ShelvedBook>& books, const std::string& path) {
-    books.erase(std::remove_if(books.begin(), books.end(),
-                               [&](const ShelvedBook& book) { return book.path == path; }),
-                books.end());
-}
-
 } // namespace
 
 std::vector<ShelvedBook> Shelf::Read() const {
@@ -30,11 +24,12 @@ std::vector<ShelvedBook> Shelf::Read() const {
     std::vector<ShelvedBook> books;
     for (const std::string& group : file.Groups()) {
         ShelvedBook book;
-        book.path = file.Get(group, "path", book.path);
-        book.title = file.Get(group, "title", book.title);
-        book.author = file.Get(group, "author", book.author);
-        book.fraction = std::clamp(file.Get(group, "read", book.fraction), 0.0, 1.0);
-        if (!book.path.empty() && books.size() < mostBooks)
+        file.Get(group, "path", book.path);
+        file.Get(group, "title", book.title);
+        file.Get(group, "author", book.author);
+        file.Get(group, "read", book.fraction);
+        book.fraction = std::clamp(book.fraction, 0.0, 1.0);
+        if (!book.path.empty() && books.size() < kMostBooks)
             books.push_back(book);
     }
     return books;
@@ -64,15 +59,11 @@ std::vector<ShelvedBook> Shelf::Books() const {
 
 void Shelf::Put(const ShelvedBook& book) const {
     std::vector<ShelvedBook> books = Read();
-    Take(books, book.path);
+    books.erase(std::remove_if(books.begin(), books.end(),
+                               [&](const ShelvedBook& other) { return other.path == book.path; }),
+                books.end());
     books.insert(books.begin(), book);
-    books.resize(std::min(books.size(), mostBooks));
-    Write(books);
-}
-
-void Shelf::Remove(const std::string& path) const {
-    std::vector<ShelvedBook> books = Read();
-    Take(books, path);
+    books.resize(std::min(books.size(), kMostBooks));
     Write(books);
 }
 

@@ -16,7 +16,7 @@ struct ShelvedBook {
 // share the file, so it is read before each change.
 class Shelf {
 public:
-    static constexpr std::size_t mostBooks = 30;
+    static constexpr std::size_t kMostBooks = 30;
 
     explicit Shelf(const std::string& folder) : m_sFolder(folder) {}
 
@@ -25,7 +25,6 @@ public:
 
     // Puts a book first. What cannot be written is forgotten.
     void Put(const ShelvedBook& book) const;
-    void Remove(const std::string& path) const;
 
 private:
     std::vector<ShelvedBook> Read() const;

@@ -2,20 +2,12 @@
 
 #include <glib.h>
 
-#include "common/Book.h"
-
 namespace umdread {
 
 namespace {
 
-constexpr std::size_t kUnitsOfABlock = umdhost::kBlockBytes / 2;
-
 bool IsFirstHalf(char16_t unit) {
     return (unit & 0xFC00) == 0xD800;
-}
-
-bool IsSecondHalf(char16_t unit) {
-    return (unit & 0xFC00) == 0xDC00;
 }
 
 unsigned int Utf8Size(char16_t unit) {
@@ -23,6 +15,14 @@ unsigned int Utf8Size(char16_t unit) {
 }
 
 } // namespace
+
+bool IsSecondHalf(char16_t unit) {
+    return (unit & 0xFC00) == 0xDC00;
+}
+
+bool EndsParagraph(char32_t unit) {
+    return unit == 0x2029 || unit == '\n' || unit == '\r';
+}
 
 char16_t UnitAt(const std::string& bytes, std::size_t index) {
     const auto low = static_cast<unsigned char>(bytes[2 * index]);
@@ -51,12 +51,9 @@ std::string FirstLine(const std::string& text, long characters) {
     while (*at != '\0' && g_unichar_isspace(g_utf8_get_char(at)))
         at = g_utf8_next_char(at);
     const char* const begin = at;
-    for (long count = 0; *at != '\0' && count < characters; ++count) {
-        const gunichar character = g_utf8_get_char(at);
-        if (character == 0x2029 || character == '\n' || character == '\r')
-            break;
+    for (long count = 0; *at != '\0' && count < characters && !EndsParagraph(g_utf8_get_char(at));
+         ++count)
         at = g_utf8_next_char(at);
-    }
     return {begin, at};
 }
 

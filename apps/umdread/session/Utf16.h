@@ -4,9 +4,15 @@
 #include <cstddef>
 #include <string>
 
+#include "common/Book.h"
 #include "common/SavedPlace.h"
 
 namespace umdread {
+
+constexpr std::size_t kUnitsOfABlock = umdhost::kBlockBytes / 2;
+
+bool IsSecondHalf(char16_t unit); // of a surrogate pair
+bool EndsParagraph(char32_t unit);
 
 // Unit `index` of the bytes.
 char16_t UnitAt(const std::string& bytes, std::size_t index);

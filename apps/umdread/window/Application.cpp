@@ -26,17 +26,16 @@ Gio::Application::Flags UniqueWhereThereIsABus() {
     return hasBus ? flags : flags | Gio::Application::Flags::NON_UNIQUE;
 }
 
-// Beside the program as it is installed, and as it is built.
-std::string DataFolder() {
+} // namespace
+
+std::string ShareFolder() {
     std::error_code error;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
     return (program.parent_path().parent_path() / "share").string();
 }
 
-} // namespace
-
 Application::Application()
-    : Gtk::Application(id, UniqueWhereThereIsABus()),
+    : Gtk::Application(kId, UniqueWhereThereIsABus()),
       m_sFolder(Glib::build_filename(Glib::get_user_config_dir(), "umdread")),
       m_settings(LoadSettings(m_sFolder)), m_shelf(m_sFolder) {
     add_main_option_entry(OptionType::BOOL, "version", 'v', _("Say the version and end"));
@@ -55,8 +54,8 @@ Application::~Application() = default;
 void Application::on_startup() {
     Gtk::Application::on_startup();
     Gtk::IconTheme::get_for_display(Gdk::Display::get_default())
-        ->add_search_path(DataFolder() + "/icons");
-    Gtk::Window::set_default_icon_name(id);
+        ->add_search_path(ShareFolder() + "/icons");
+    Gtk::Window::set_default_icon_name(kId);
     ApplyTheme(m_settings.theme);
     add_action("quit", [this] { CloseAll(); });
     add_action("new-window", [this] { NewWindow().ShowShelf(); });
@@ -81,21 +80,21 @@ void Application::SetKeys() {
         {"app.quit", {"<Primary>q"}},
         {"app.new-window", {"<Primary><Shift>n"}},
         {"win.open", {"<Primary>o"}},
-        {"win.shelf", {"<Primary>l"}},
+        {"book.shelf", {"<Primary>l"}},
         {"win.close", {"<Primary>w"}},
-        {"win.panel", {"F9"}},
-        {"win.search", {"<Primary>f"}},
-        {"win.next-hit", {"F3"}},
-        {"win.previous-hit", {"<Shift>F3"}},
-        {"win.goto", {"<Primary>g"}},
-        {"win.back", {"<Alt>Left"}},
-        {"win.forward", {"<Alt>Right"}},
-        {"win.bookmark", {"<Primary>d"}},
-        {"win.note", {"<Primary>n"}},
+        {"book.panel", {"F9"}},
+        {"book.search", {"<Primary>f"}},
+        {"book.next-hit", {"F3"}},
+        {"book.previous-hit", {"<Shift>F3"}},
+        {"book.goto", {"<Primary>g"}},
+        {"book.back", {"<Alt>Left"}},
+        {"book.forward", {"<Alt>Right"}},
+        {"book.bookmark", {"<Primary>d"}},
+        {"book.note", {"<Primary>n"}},
         {"win.larger", {"<Primary>plus", "<Primary>equal", "<Primary>KP_Add"}},
         {"win.smaller", {"<Primary>minus", "<Primary>KP_Subtract"}},
         {"win.normal-size", {"<Primary>0", "<Primary>KP_0"}},
-        {"win.type", {"<Primary>t"}},
+        {"book.type", {"<Primary>t"}},
         {"win.fullscreen", {"F11"}},
         {"win.show-help-overlay", {"<Primary>question", "<Primary>slash"}},
     };

@@ -13,10 +13,13 @@ namespace umdread {
 
 class ReaderWindow;
 
+// Where icons and translations are, beside the program as it is installed and as it is built.
+std::string ShareFolder();
+
 // All windows of a user, in one process; what they share.
 class Application : public Gtk::Application {
 public:
-    static constexpr char id[] = "org.umdformat.umdread";
+    static constexpr char kId[] = "org.umdformat.umdread";
 
     Application();
     ~Application() override;

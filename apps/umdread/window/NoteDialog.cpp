@@ -3,6 +3,8 @@
 #include <glibmm/i18n.h>
 #include <gtkmm/eventcontrollerkey.h>
 
+#include "window/Messages.h"
+
 namespace umdread {
 
 NoteDialog::NoteDialog(Gtk::Window& parent, const Glib::ustring& text)
@@ -21,8 +23,7 @@ NoteDialog::NoteDialog(Gtk::Window& parent, const Glib::ustring& text)
     m_text.set_accepts_tab(false);
     m_text.add_css_class("note");
     m_text.get_buffer()->set_text(text);
-    gtk_accessible_update_property(GTK_ACCESSIBLE(m_text.gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL,
-                                   _("Note"), -1);
+    SetAccessibleName(m_text, _("Note"));
     m_scrolled.set_child(m_text);
     set_child(m_scrolled);
     set_focus(m_text);

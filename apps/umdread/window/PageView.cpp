@@ -5,16 +5,18 @@
 #include <cstring>
 
 #include <glibmm/i18n.h>
-#include <gtkmm/accessible.h>
 #include <gtkmm/eventcontrollerscroll.h>
 #include <gtkmm/gestureclick.h>
 #include <gtkmm/gestureswipe.h>
+
+#include "window/Messages.h"
 
 namespace umdread {
 
 namespace {
 
-constexpr double corner = 26;         // of the folded corner, pixels
+constexpr double kCorner = 26;        // of the folded corner, pixels
+constexpr double kSlowestSwipe = 300; // pixels a second
 constexpr double kFarthestClick = 12; // a press and a release within it are a click
 
 void SetSource(const Cairo::RefPtr<Cairo::Context>& context, const Gdk::RGBA& colour,
@@ -31,8 +33,7 @@ PageView::PageView() {
     set_content_width(300);
     set_content_height(300);
     add_css_class("page");
-    gtk_accessible_update_property(GTK_ACCESSIBLE(gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL, _("Page"),
-                                   -1);
+    SetAccessibleName(*this, _("Page"));
     set_draw_func(sigc::mem_fun(*this, &PageView::Paint));
     signal_resize().connect([this](int, int) { FitPage(); });
     property_scale_factor().signal_changed().connect([this] { FitPage(); });
@@ -63,14 +64,6 @@ void PageView::Refresh() {
     queue_draw();
 }
 
-void PageView::RefreshMarks() {
-    queue_draw();
-}
-
-bool PageView::TakeDrawn() {
-    return std::exchange(m_bDrawn, false);
-}
-
 // The library adds ink to what it finds, so the image is cleared before.
 void PageView::DrawScreen() {
     const int scale = get_scale_factor();
@@ -86,7 +79,7 @@ void PageView::DrawScreen() {
     m_pSession->Draw(m_pCoverage->get_data(), stride);
     m_pCoverage->mark_dirty();
     m_bOutdated = false;
-    m_bDrawn = true;
+    m_signalDrawn.emit();
 }
 
 void PageView::Paint(const Cairo::RefPtr<Cairo::Context>& context, int width, int) {
@@ -105,14 +98,14 @@ void PageView::Paint(const Cairo::RefPtr<Cairo::Context>& context, int width, in
 void PageView::PaintMarks(const Cairo::RefPtr<Cairo::Context>& context, int width) {
     const Colours& colours = ColoursOf(m_theme);
     if (m_pSession->IsBookmarked()) {
-        context->move_to(width - corner, 0);
-        context->line_to(width, corner);
+        context->move_to(width - kCorner, 0);
+        context->line_to(width, kCorner);
         context->line_to(width, 0);
         SetSource(context, colours.chrome);
         context->fill();
-        context->move_to(width - corner, 0);
-        context->line_to(width - corner, corner);
-        context->line_to(width, corner);
+        context->move_to(width - kCorner, 0);
+        context->line_to(width - kCorner, kCorner);
+        context->line_to(width, kCorner);
         SetSource(context, colours.accent);
         context->fill();
     }
@@ -131,10 +124,10 @@ void PageView::PaintBar(const Cairo::RefPtr<Cairo::Context>& context, const Plac
     if (!middle)
         return;
     const int scale = get_scale_factor();
-    const double height = 18;
+    constexpr double kHeight = 18;
     SetSource(context, ColoursOf(m_theme).accent, opacity);
-    context->rectangle(m_pSession->TextBox().x / scale - 14, *middle / scale - height / 2, 3,
-                       height);
+    context->rectangle(m_pSession->TextBox().x / scale - 14, *middle / scale - kHeight / 2, 3,
+                       kHeight);
     context->fill();
 }
 
@@ -151,8 +144,7 @@ void PageView::ListenToPointer() {
 
     const auto swipe = Gtk::GestureSwipe::create();
     swipe->signal_swipe().connect([this](double x, double y) {
-        constexpr double slowest = 300; // pixels a second
-        if (std::abs(x) > slowest && std::abs(x) > 2 * std::abs(y))
+        if (std::abs(x) > kSlowestSwipe && std::abs(x) > 2 * std::abs(y))
             m_signalTurn.emit(x < 0);
     });
     add_controller(swipe);
@@ -175,7 +167,7 @@ void PageView::OnReleased(double x, double y) {
     grab_focus();
     if (std::hypot(x - m_nPressedX, y - m_nPressedY) > kFarthestClick)
         return;
-    if (x > get_width() - 1.5 * corner && y < 1.5 * corner)
+    if (x > get_width() - 1.5 * kCorner && y < 1.5 * kCorner)
         m_signalCorner.emit();
     else if (x < get_width() / 3.0)
         m_signalTurn.emit(false);

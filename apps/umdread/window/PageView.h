@@ -17,16 +17,14 @@ public:
     void SetSession(Session* session); // null: an empty page
     void SetTheme(Theme theme);
 
-    // Draws the screen anew, and the marks on it.
+    // Draws the screen anew, and the marks on it; or only these.
     void Refresh();
-    void RefreshMarks();
+    void RefreshMarks() { queue_draw(); }
 
     sigc::signal<void(bool forward)>& SignalTurn() { return m_signalTurn; }
     sigc::signal<void()>& SignalCorner() { return m_signalCorner; }
     sigc::signal<void()>& SignalResized() { return m_signalResized; }
-
-    // Whether the page was drawn anew since this was last asked.
-    bool TakeDrawn();
+    sigc::signal<void()>& SignalDrawn() { return m_signalDrawn; } // a screen was drawn anew
 
 private:
     void FitPage();
@@ -41,11 +39,11 @@ private:
     Theme m_theme = Theme::Light;
     Cairo::RefPtr<Cairo::ImageSurface> m_pCoverage;
     bool m_bOutdated = true;
-    bool m_bDrawn = false;
     double m_nPressedX = 0, m_nPressedY = 0;
     sigc::signal<void(bool)> m_signalTurn;
     sigc::signal<void()> m_signalCorner;
     sigc::signal<void()> m_signalResized;
+    sigc::signal<void()> m_signalDrawn;
 };
 
 } // namespace umdread

@@ -27,12 +27,11 @@ PlaceBar::PlaceBar() : m_scale(Gtk::Adjustment::create(0, 0, 1, 0.01, 0.1)) {
     m_scale.set_focus_on_click(false);
     m_scale.signal_change_value().connect(
         [this](Gtk::ScrollType, double value) {
-            Dragged(std::clamp(value, 0.0, 1.0));
+            Drag(std::clamp(value, 0.0, 1.0));
             return false;
         },
         false);
-    gtk_accessible_update_property(GTK_ACCESSIBLE(m_scale.gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL,
-                                   _("Place in the book"), -1);
+    SetAccessibleName(m_scale, _("Place in the book"));
     m_button.set_child(m_percent); // a label of its own comes without an arrow
     m_button.set_has_frame(false);
     m_button.set_focus_on_click(false);
@@ -62,6 +61,7 @@ void PlaceBar::MakeGoTo() {
         m_entry.select_region(0, -1);
         m_entry.grab_focus();
     });
+    m_goTo.signal_closed().connect([this] { m_signalLeave.emit(); });
     m_button.set_popover(m_goTo);
 }
 
@@ -89,8 +89,9 @@ void PlaceBar::AskWhere() {
 }
 
 // A drag is many changes; all but the first belong to the same jump.
-void PlaceBar::Dragged(double fraction) {
-    const bool first = !m_dragEnd.connected();
+void PlaceBar::Drag(double fraction) {
+    if (!m_dragEnd.connected())
+        m_pSession->BeginDrag();
     m_dragEnd.disconnect();
     m_dragEnd = Glib::signal_timeout().connect(
         [this] {
@@ -98,7 +99,8 @@ void PlaceBar::Dragged(double fraction) {
             return false;
         },
         kDragPause);
-    m_signalDragged.emit(fraction, first);
+    if (m_pSession->DragTo(fraction))
+        m_signalDragged.emit();
 }
 
 void PlaceBar::Entered() {
@@ -107,7 +109,7 @@ void PlaceBar::Entered() {
     const double percent = g_ascii_strtod(text.c_str(), &end);
     m_goTo.popdown();
     if (end != text.c_str() && percent >= 0 && percent <= 100)
-        m_signalGoTo.emit(percent / 100);
+        m_signalJumped.emit(m_pSession->GoToFraction(percent / 100));
 }
 
 } // namespace umdread

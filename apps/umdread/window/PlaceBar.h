@@ -23,12 +23,14 @@ public:
     void Update();
     void AskWhere(); // opens the entry for a percentage
 
-    sigc::signal<void(double fraction)>& SignalGoTo() { return m_signalGoTo; }
-    sigc::signal<void(double fraction, bool first)>& SignalDragged() { return m_signalDragged; }
+    // What the session was told to do.
+    sigc::signal<void(bool shown)>& SignalJumped() { return m_signalJumped; }
+    sigc::signal<void()>& SignalDragged() { return m_signalDragged; }
     sigc::signal<void()>& SignalDropped() { return m_signalDropped; } // the drag has ended
+    sigc::signal<void()>& SignalLeave() { return m_signalLeave; }     // back to the page
 
 private:
-    void Dragged(double fraction);
+    void Drag(double fraction);
     void MakeGoTo();
     void Entered();
 
@@ -39,9 +41,8 @@ private:
     Gtk::Popover m_goTo;
     Gtk::Entry m_entry;
     sigc::connection m_dragEnd; // pending as long as a drag goes on
-    sigc::signal<void(double)> m_signalGoTo;
-    sigc::signal<void(double, bool)> m_signalDragged;
-    sigc::signal<void()> m_signalDropped;
+    sigc::signal<void(bool)> m_signalJumped;
+    sigc::signal<void()> m_signalDragged, m_signalDropped, m_signalLeave;
 };
 
 } // namespace umdread

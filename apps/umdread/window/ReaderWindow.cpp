@@ -1,11 +1,12 @@
 #include "ReaderWindow.h"
 
-#include <cmath>
 #include <exception>
+#include <locale>
+#include <sstream>
+#include <utility>
 
 #include <glibmm/i18n.h>
 #include <glibmm/main.h>
-#include <gtkmm/eventcontrollerkey.h>
 
 #include "common/Failure.h"
 #include "window/Application.h"
@@ -17,8 +18,8 @@ namespace umdread {
 namespace {
 
 constexpr int kPanelWidth = 320;
-constexpr int narrowest = 840;      // of a window that has the panel beside the page, not over it
-constexpr unsigned int said = 2000; // milliseconds that a short message stands
+constexpr int kNarrowest = 840;      // of a window that has the panel beside the page, not over it
+constexpr unsigned int kSaid = 2000; // milliseconds that a short message stands
 
 } // namespace
 
@@ -32,6 +33,7 @@ ReaderWindow::ReaderWindow(Application& application) : m_application(application
     BuildBody();
     AddCommands();
     ListenToPanel();
+    ListenToPlace();
     ListenToKeys();
     ListenToFiles();
     ListenToWindow();
@@ -109,6 +111,7 @@ void ReaderWindow::SavePlace() {
 bool ReaderWindow::OnClose() {
     CloseBook();
     Settings settings = m_application.Chosen();
+    settings.panel = m_panelButton.get_active();
     settings.maximized = is_maximized();
     if (!settings.maximized && !is_fullscreen())
         get_default_size(settings.width, settings.height);
@@ -137,6 +140,12 @@ void ReaderWindow::SayGap(const char* text, int bytes, bool offersToGoOn) {
     Notice(Glib::ustring::compose(text, characters), offersToGoOn);
 }
 
+void ReaderWindow::PassGap() {
+    m_pSession->PassGap();
+    UpdatePage();
+    m_page.grab_focus();
+}
+
 void ReaderWindow::Jumped(bool shown) {
     if (!shown)
         return SayShortly(_("The text there cannot be shown."));
@@ -144,36 +153,8 @@ void ReaderWindow::Jumped(bool shown) {
     if (m_pSession->PassedOver() > 0)
         SayGap(_("Some %1 characters before this page are damaged and cannot be shown."),
                m_pSession->PassedOver(), false);
-    if (get_width() < narrowest && !m_panel.IsSearching())
+    if (get_width() < kNarrowest && !m_panel.IsSearching())
         m_panelButton.set_active(false);
-}
-
-void ReaderWindow::GoToBegin() {
-    Jumped(m_pSession->GoToBegin());
-}
-
-void ReaderWindow::GoToEnd() {
-    Jumped(m_pSession->GoToEnd());
-}
-
-void ReaderWindow::GoBack() {
-    if (m_pSession->CanGoBack())
-        Jumped(m_pSession->GoBack());
-}
-
-void ReaderWindow::GoForward() {
-    if (m_pSession->CanGoForward())
-        Jumped(m_pSession->GoForward());
-}
-
-void ReaderWindow::AskWhere() {
-    m_place.AskWhere();
-}
-
-void ReaderWindow::FollowHit(const std::function<bool()>& follow) {
-    if (follow())
-        UpdatePage();
-    m_panel.UpdateHit();
 }
 
 // --- marks --------------------------------------------------------------------------------------
@@ -186,7 +167,7 @@ void ReaderWindow::ToggleBookmark() {
 void ReaderWindow::WriteNote() {
     const Mark* note = m_pSession->NoteHere();
     const Place place = note != nullptr ? note->place : m_pSession->Here();
-    const Glib::ustring text = note != nullptr ? Glib::ustring(note->note).make_valid() : "";
+    const Glib::ustring text = note != nullptr ? Valid(note->note) : "";
     m_pNote = std::make_unique<NoteDialog>(*this, text);
     m_pNote->SignalWritten().connect([this, place](const std::string& written) {
         m_pSession->SetNote(place, written);
@@ -205,12 +186,14 @@ void ReaderWindow::MarksChanged() {
 
 void ReaderWindow::SetSize(int step) {
     Settings settings = m_application.Chosen();
-    settings.size = step == 0 ? Settings::defaultSize : settings.size + step * 2;
+    settings.size = step == 0 ? Settings::kDefaultSize : settings.size + step * 2;
     m_application.Choose(settings);
 }
 
 void ReaderWindow::ApplySettings() {
     m_page.SetTheme(m_application.Chosen().theme);
+    if (m_type.get_visible())
+        m_type.Show(m_application.Chosen());
     if (m_pSession == nullptr)
         return;
     m_pSession->SetSettings(m_application.Chosen());
@@ -228,9 +211,8 @@ void ReaderWindow::UpdatePage() {
 
 void ReaderWindow::UpdatePlace() {
     const auto chapter = m_pSession->CurrentChapter();
-    const Glib::ustring title = Glib::ustring(m_pSession->Title()).make_valid();
-    const Glib::ustring part =
-        chapter ? Glib::ustring(m_pSession->Chapters()[*chapter].title).make_valid() : "";
+    const Glib::ustring title = Valid(m_pSession->Title());
+    const Glib::ustring part = chapter ? Valid(m_pSession->Chapters()[*chapter].title) : "";
     if (m_title.get_text() != title) {
         m_title.set_text(title);
         set_title(title);
@@ -238,11 +220,11 @@ void ReaderWindow::UpdatePlace() {
     if (m_subtitle.get_text() != part)
         m_subtitle.set_text(part);
     m_subtitle.set_visible(!part.empty());
-    m_backButton.set_sensitive(m_pSession->CanGoBack());
+    m_pBack->set_enabled(m_pSession->CanGoBack());
+    m_pForward->set_enabled(m_pSession->CanGoForward());
     m_place.Update();
     m_panel.UpdatePlace();
     SayWhetherSaved();
-    PrepareLater();
 }
 
 void ReaderWindow::SayWhetherSaved() {
@@ -251,7 +233,8 @@ void ReaderWindow::SayWhetherSaved() {
                  "be written."));
 }
 
-// When nothing else is to be done, the next turn is made ready.
+// When the screen is drawn and nothing else is to be done, the next turn is made ready. An idle
+// callback that began with the turn could come before the frame and hold it up.
 void ReaderWindow::PrepareLater() {
     m_prepare.disconnect();
     m_prepare = Glib::signal_idle().connect(
@@ -268,9 +251,10 @@ void ReaderWindow::SetBookControls(bool reading) {
          {static_cast<Gtk::Widget*>(&m_panelButton), static_cast<Gtk::Widget*>(&m_backButton),
           static_cast<Gtk::Widget*>(&m_searchButton), static_cast<Gtk::Widget*>(&m_typeButton)})
         widget->set_visible(reading);
-    for (const char* name : {"search", "goto", "back", "forward", "bookmark", "note", "panel",
-                             "next-hit", "previous-hit", "shelf", "type"})
-        std::dynamic_pointer_cast<Gio::SimpleAction>(lookup_action(name))->set_enabled(reading);
+    if (reading)
+        insert_action_group("book", m_pCommands);
+    else
+        remove_action_group("book");
 }
 
 // Beside the page where there is room for both, else over it.
@@ -278,7 +262,7 @@ void ReaderWindow::FitPanel() {
     const bool shown = m_panelButton.get_active();
     m_panelSlide.set_reveal_child(shown);
     m_panelSlide.set_visible(shown);
-    const bool beside = get_width() >= narrowest;
+    const bool beside = get_width() >= kNarrowest;
     m_column.set_margin_start(shown && beside ? kPanelWidth : 0);
     if (beside)
         m_panel.remove_css_class("over");
@@ -286,26 +270,9 @@ void ReaderWindow::FitPanel() {
         m_panel.add_css_class("over");
 }
 
-void ReaderWindow::TogglePanel() {
-    m_panelButton.set_active(!m_panelButton.get_active());
-    if (!m_panelButton.get_active())
-        m_page.grab_focus();
-}
-
 void ReaderWindow::OpenSearch() {
     m_panelButton.set_active(true);
     m_panel.ShowSearch();
-}
-
-void ReaderWindow::ShowType() {
-    m_typeButton.popup();
-}
-
-void ReaderWindow::ToggleFullscreen() {
-    if (is_fullscreen())
-        unfullscreen();
-    else
-        fullscreen();
 }
 
 void ReaderWindow::SayShortly(const Glib::ustring& text) {
@@ -317,27 +284,32 @@ void ReaderWindow::SayShortly(const Glib::ustring& text) {
             m_saying.set_reveal_child(false);
             return false;
         },
-        said);
+        kSaid);
 }
 
 void ReaderWindow::Notice(const Glib::ustring& text, bool offersToGoOn) {
     m_noticeText.set_text(text);
     m_goOn.set_visible(offersToGoOn);
     m_notice.set_revealed(true);
+    if (offersToGoOn)
+        m_goOn.grab_focus();
 }
 
 // --- for tests ----------------------------------------------------------------------------------
 
 void ReaderWindow::TraceFrame() {
     gdk_display_sync(get_display()->gobj());
-    const bool drawn = m_page.TakeDrawn();
-    std::string line = "frame window=" + std::to_string(get_id());
+    const bool drawn = std::exchange(m_bDrawn, false);
+    std::ostringstream line;
+    line.imbue(std::locale::classic()); // numbers without separators
+    line << "frame window=" << get_id();
     if (drawn && m_nKeyTime != 0) {
-        line += " us=" + std::to_string(g_get_monotonic_time() - m_nKeyTime * gint64{1000}) +
-                " cpu=" + std::to_string(ProcessTime() - m_nKeyCpu);
+        line << " us=" << g_get_monotonic_time() - m_nKeyTime * gint64{1000}
+             << " cpu=" << ProcessTime() - m_nKeyCpu;
         m_nKeyTime = 0;
     }
     if (m_pSession != nullptr) {
+        const Place& here = m_pSession->Here();
         const Box& box = m_pSession->TextBox();
         double x = 0;
         double y = 0;
@@ -345,25 +317,18 @@ void ReaderWindow::TraceFrame() {
         double top = 0;
         m_page.translate_coordinates(*this, 0, 0, x, y);
         gtk_native_get_surface_transform(GTK_NATIVE(gobj()), &left, &top); // past the shadow
-        x += left;
-        y += top;
-        line += " drawn=" + std::to_string(drawn) +
-                " place=" + std::to_string(m_pSession->Here().block) + ":" +
-                std::to_string(m_pSession->Here().offset) +
-                " at=" + std::to_string(static_cast<int>(x)) + "," +
-                std::to_string(static_cast<int>(y)) + " text=" + std::to_string(box.x) + "," +
-                std::to_string(box.y) + "," + std::to_string(box.width) + "," +
-                std::to_string(box.height) + " hits=" + std::to_string(m_pSession->Hits().size()) +
-                " searching=" + std::to_string(m_panel.IsSearching()) +
-                " bookmarks=" + std::to_string(m_pSession->Bookmarks().size()) +
-                " notes=" + std::to_string(m_pSession->Notes().size()) +
-                " font=" + m_pSession->Font();
+        line << " drawn=" << drawn << " place=" << here.block << ':' << here.offset
+             << " at=" << static_cast<int>(x + left) << ',' << static_cast<int>(y + top)
+             << " text=" << box.x << ',' << box.y << ',' << box.width << ',' << box.height
+             << " hits=" << m_pSession->Hits().size() << " searching=" << m_panel.IsSearching()
+             << " bookmarks=" << m_pSession->Bookmarks().size()
+             << " notes=" << m_pSession->Notes().size() << " font=" << m_pSession->Font();
     }
     if (m_notice.get_revealed())
-        line += " notice=" + m_noticeText.get_text();
+        line << " notice=" << m_noticeText.get_text().raw();
     if (m_saying.get_reveal_child())
-        line += " said=" + m_said.get_text();
-    Trace(line);
+        line << " said=" << m_said.get_text().raw();
+    Trace(line.str());
 }
 
 } // namespace umdread

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include <giomm/simpleactiongroup.h>
 #include <gtkmm/applicationwindow.h>
 #include <gtkmm/button.h>
 #include <gtkmm/filechoosernative.h>
@@ -46,62 +47,49 @@ private:
     void BuildBody();
     void BuildPage();
     void AddCommands();
-    void AddCommand(const char* name, void (ReaderWindow::*command)());
     void ListenToPanel();
+    void ListenToPlace();
     void ListenToKeys();
     void ListenToFiles();
     void ListenToWindow();
 
     // Commands.
     void Turn(bool forward);
-    void GoToBegin();
-    void GoToEnd();
-    void GoBack();
-    void GoForward();
-    void AskWhere();
-    void TogglePanel();
+    void PassGap();
     void OpenSearch();
-    void NextHit() {
-        FollowHit([this] { return m_pSession->NextHit(true); });
-    }
-    void PreviousHit() {
-        FollowHit([this] { return m_pSession->NextHit(false); });
-    }
     void ToggleBookmark();
     void WriteNote();
-    void Larger() { SetSize(+1); }
-    void Smaller() { SetSize(-1); }
-    void NormalSize() { SetSize(0); }
-    void ShowType();
-    void ToggleFullscreen();
+    void SetSize(int step);
     void ChooseFile();
     void ShowAbout();
-
     bool OnKey(guint key, Gdk::ModifierType state);
     bool OnClose();
-    void SetSize(int step);
-    void Jumped(bool shown);
-    void FollowHit(const std::function<bool()>& follow);
-    void MarksChanged();
     void CloseBook();
     void PutOnShelf();
 
     // What is shown.
+    void Jumped(bool shown);
+    void MarksChanged();
     void UpdatePage();
     void UpdatePlace();
-    void SayWhetherSaved();
     void FitPanel();
     void SetBookControls(bool reading);
     void PrepareLater();
     void SayShortly(const Glib::ustring& text);
-    void Notice(const Glib::ustring& text, bool offersToGoOn = false);
+    void SayWhetherSaved();
     void SayGap(const char* text, int bytes, bool offersToGoOn);
+    void Notice(const Glib::ustring& text, bool offersToGoOn = false);
     void TraceFrame();
 
     Application& m_application;
     std::unique_ptr<Session> m_pSession;
+    bool m_bDrawn = false;  // the page, since the last frame
     guint32 m_nKeyTime = 0; // of the key press that the next frame answers; milliseconds
     gint64 m_nKeyCpu = 0;   // the process's time then; microseconds
+
+    // The commands that need a book.
+    Glib::RefPtr<Gio::SimpleActionGroup> m_pCommands = Gio::SimpleActionGroup::create();
+    Glib::RefPtr<Gio::SimpleAction> m_pBack, m_pForward;
 
     Gtk::HeaderBar m_header;
     Gtk::ToggleButton m_panelButton;

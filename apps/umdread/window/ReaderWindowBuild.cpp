@@ -1,7 +1,7 @@
 // How the window is put together.
 #include <gdkmm/frameclock.h>
+#include <giomm/propertyaction.h>
 #include <glibmm/i18n.h>
-#include <gtkmm/aboutdialog.h>
 #include <gtkmm/dialog.h>
 #include <gtkmm/droptarget.h>
 #include <gtkmm/editable.h>
@@ -11,6 +11,7 @@
 #include <gtkmm/textview.h>
 
 #include "window/Application.h"
+#include "window/Messages.h"
 #include "window/ReaderWindow.h"
 #include "window/Trace.h"
 
@@ -21,19 +22,18 @@ namespace {
 void DressButton(Gtk::Widget& button, const Glib::ustring& tip) {
     button.set_tooltip_text(tip);
     button.set_focus_on_click(false);
-    gtk_accessible_update_property(GTK_ACCESSIBLE(button.gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL,
-                                   tip.c_str(), -1);
+    SetAccessibleName(button, tip);
 }
 
 Glib::RefPtr<Gio::Menu> MakeMenu() {
     const auto books = Gio::Menu::create();
     books->append(_("Open…"), "win.open");
-    books->append(_("Bookshelf"), "win.shelf");
+    books->append(_("Bookshelf"), "book.shelf");
     books->append(_("New Window"), "app.new-window");
     const auto page = Gio::Menu::create();
-    page->append(_("Bookmark"), "win.bookmark");
-    page->append(_("Note…"), "win.note");
-    page->append(_("Go To…"), "win.goto");
+    page->append(_("Bookmark"), "book.bookmark");
+    page->append(_("Note…"), "book.note");
+    page->append(_("Go To…"), "book.goto");
     page->append(_("Full Screen"), "win.fullscreen");
     const auto help = Gio::Menu::create();
     help->append(_("Keyboard Shortcuts"), "win.show-help-overlay");
@@ -54,12 +54,11 @@ bool IsWithin(Gtk::Widget* widget, GType type) {
 void ReaderWindow::BuildHeader() {
     m_panelButton.set_icon_name("sidebar-show-symbolic");
     DressButton(m_panelButton, _("Contents, bookmarks and notes (F9)"));
-    m_panelButton.signal_toggled().connect([this] { FitPanel(); });
     m_backButton.set_icon_name("go-previous-symbolic");
-    m_backButton.set_action_name("win.back");
+    m_backButton.set_action_name("book.back");
     DressButton(m_backButton, _("Back to where you were (Alt+Left)"));
     m_searchButton.set_icon_name("system-search-symbolic");
-    m_searchButton.set_action_name("win.search");
+    m_searchButton.set_action_name("book.search");
     DressButton(m_searchButton, _("Search (Ctrl+F)"));
     m_typeButton.set_child(*Gtk::make_managed<Gtk::Label>("Aa")); // comes without an arrow
     m_typeButton.set_popover(m_type);
@@ -85,12 +84,10 @@ void ReaderWindow::BuildHeader() {
     m_header.pack_end(m_searchButton);
     set_titlebar(m_header);
     m_type.signal_show().connect([this] { m_type.Show(m_application.Chosen()); });
-    m_type.SignalChanged().connect([this](const Settings& chosen) {
-        Settings settings = chosen; // the window's own are not the popover's
-        settings.width = m_application.Chosen().width;
-        settings.height = m_application.Chosen().height;
-        m_application.Choose(settings);
-    });
+    m_type.SignalChanged().connect(
+        [this](const Settings& settings) { m_application.Choose(settings); });
+    for (Gtk::Popover* popover : {static_cast<Gtk::Popover*>(&m_type), m_menuButton.get_popover()})
+        popover->signal_closed().connect([this] { m_page.grab_focus(); });
 }
 
 void ReaderWindow::BuildBody() {
@@ -98,17 +95,15 @@ void ReaderWindow::BuildBody() {
     m_noticeText.set_xalign(0);
     m_noticeText.set_hexpand(true);
     m_goOn.set_label(_("Go On After It"));
-    m_goOn.signal_clicked().connect([this] {
-        m_pSession->PassGap();
-        UpdatePage();
-    });
+    m_goOn.signal_clicked().connect([this] { PassGap(); });
     m_notice.add_child(m_noticeText);
     m_notice.add_child(m_goOn);
     m_notice.set_show_close_button(true);
     m_notice.set_revealed(false);
     m_notice.signal_response().connect([this](int) { m_notice.set_revealed(false); });
     BuildPage();
-    m_shelf.SignalChosen().connect([this](const std::string& path) { OpenBook(path); });
+    m_shelf.SignalChosen().connect(
+        [this](const std::string& path) { m_application.OpenBook(path, this); });
     m_shelf.SignalOpen().connect([this] { ChooseFile(); });
     m_views.add(m_shelf, "shelf");
     m_views.add(m_reading, "book");
@@ -135,70 +130,54 @@ void ReaderWindow::BuildPage() {
     m_panelSlide.set_visible(false);
     m_reading.set_child(m_column);
     m_reading.add_overlay(m_panelSlide);
-    m_page.SignalTurn().connect([this](bool forward) { Turn(forward); });
-    m_page.SignalCorner().connect([this] { ToggleBookmark(); });
-    m_page.SignalResized().connect([this] { m_place.Update(); });
-    m_place.SignalGoTo().connect(
-        [this](double fraction) { Jumped(m_pSession->GoToFraction(fraction)); });
-    m_place.SignalDropped().connect([this] { SavePlace(); });
-    m_place.SignalDragged().connect([this](double fraction, bool first) {
-        if (first)
-            m_pSession->BeginDrag();
-        if (m_pSession->DragTo(fraction))
-            UpdatePage();
-    });
-}
-
-void ReaderWindow::AddCommand(const char* name, void (ReaderWindow::*command)()) {
-    add_action(name, sigc::mem_fun(*this, command));
 }
 
 void ReaderWindow::AddCommands() {
-    AddCommand("open", &ReaderWindow::ChooseFile);
-    AddCommand("shelf", &ReaderWindow::ShowShelf);
-    AddCommand("panel", &ReaderWindow::TogglePanel);
-    AddCommand("search", &ReaderWindow::OpenSearch);
-    AddCommand("next-hit", &ReaderWindow::NextHit);
-    AddCommand("previous-hit", &ReaderWindow::PreviousHit);
-    AddCommand("goto", &ReaderWindow::AskWhere);
-    AddCommand("back", &ReaderWindow::GoBack);
-    AddCommand("forward", &ReaderWindow::GoForward);
-    AddCommand("bookmark", &ReaderWindow::ToggleBookmark);
-    AddCommand("note", &ReaderWindow::WriteNote);
-    AddCommand("larger", &ReaderWindow::Larger);
-    AddCommand("smaller", &ReaderWindow::Smaller);
-    AddCommand("normal-size", &ReaderWindow::NormalSize);
-    AddCommand("type", &ReaderWindow::ShowType);
-    AddCommand("fullscreen", &ReaderWindow::ToggleFullscreen);
-    AddCommand("about", &ReaderWindow::ShowAbout);
+    add_action("open", [this] { ChooseFile(); });
+    add_action("about", [this] { ShowAbout(); });
     add_action("close", [this] { close(); });
+    add_action("larger", [this] { SetSize(+1); });
+    add_action("smaller", [this] { SetSize(-1); });
+    add_action("normal-size", [this] { SetSize(0); });
+    add_action(Gio::PropertyAction::create("fullscreen", property_fullscreened()));
+    m_pCommands->add_action("shelf", [this] { ShowShelf(); });
+    m_pCommands->add_action(Gio::PropertyAction::create("panel", m_panelButton.property_active()));
+    m_pCommands->add_action("search", [this] { OpenSearch(); });
+    m_pCommands->add_action("next-hit", [this] { m_panel.NextHit(true); });
+    m_pCommands->add_action("previous-hit", [this] { m_panel.NextHit(false); });
+    m_pCommands->add_action("goto", [this] { m_place.AskWhere(); });
+    m_pBack = m_pCommands->add_action("back", [this] { Jumped(m_pSession->GoBack()); });
+    m_pForward = m_pCommands->add_action("forward", [this] { Jumped(m_pSession->GoForward()); });
+    m_pCommands->add_action("bookmark", [this] { ToggleBookmark(); });
+    m_pCommands->add_action("note", [this] { WriteNote(); });
+    m_pCommands->add_action("type", [this] { m_typeButton.popup(); });
 }
 
 void ReaderWindow::ListenToPanel() {
-    m_panel.SignalChapter().connect(
-        [this](std::size_t index) { Jumped(m_pSession->GoToChapter(index)); });
-    m_panel.SignalPlace().connect([this](const Place& place) { Jumped(m_pSession->GoTo(place)); });
-    m_panel.SignalHit().connect(
-        [this](std::size_t index) { FollowHit([&] { return m_pSession->FollowHit(index); }); });
-    m_panel.SignalNextHit().connect([this](bool forward) {
-        if (forward)
-            NextHit();
-        else
-            PreviousHit();
-    });
-    m_panel.SignalRemoveBookmark().connect([this](const Place& place) {
-        m_pSession->RemoveBookmark(place);
-        MarksChanged();
-    });
-    m_panel.SignalRemoveNote().connect([this](const Place& place) {
-        m_pSession->RemoveNote(place);
-        MarksChanged();
-    });
+    m_panel.SignalJumped().connect([this](bool shown) { Jumped(shown); });
+    m_panel.SignalFollowed().connect([this] { UpdatePage(); });
+    m_panel.SignalMarked().connect([this] { MarksChanged(); });
     m_panel.SignalSearched().connect([this] { m_page.RefreshMarks(); });
-    m_panel.SignalLeave().connect([this] {
-        m_panelButton.set_active(false);
-        m_page.grab_focus();
+    m_panel.SignalLeave().connect([this] { m_panelButton.set_active(false); });
+    m_panelButton.signal_toggled().connect([this] {
+        FitPanel();
+        if (!m_panelButton.get_active())
+            m_page.grab_focus();
     });
+}
+
+void ReaderWindow::ListenToPlace() {
+    m_page.SignalTurn().connect([this](bool forward) { Turn(forward); });
+    m_page.SignalCorner().connect([this] { ToggleBookmark(); });
+    m_page.SignalResized().connect([this] { m_place.Update(); });
+    m_page.SignalDrawn().connect([this] {
+        m_bDrawn = true;
+        PrepareLater();
+    });
+    m_place.SignalJumped().connect([this](bool shown) { Jumped(shown); });
+    m_place.SignalDragged().connect([this] { UpdatePage(); });
+    m_place.SignalDropped().connect([this] { SavePlace(); });
+    m_place.SignalLeave().connect([this] { m_page.grab_focus(); });
 }
 
 // Keys are taken before the widget that has the focus sees them, or lists and the place bar would
@@ -241,11 +220,11 @@ bool ReaderWindow::OnKey(guint key, Gdk::ModifierType state) {
     else if (key == GDK_KEY_space && !button)
         Turn(!shift);
     else if (key == GDK_KEY_Home || key == GDK_KEY_KP_Home)
-        GoToBegin();
+        Jumped(m_pSession->GoToBegin());
     else if (key == GDK_KEY_End || key == GDK_KEY_KP_End)
-        GoToEnd();
+        Jumped(m_pSession->GoToEnd());
     else if (key == GDK_KEY_Escape && m_panelButton.get_active())
-        TogglePanel();
+        m_panelButton.set_active(false);
     else
         return false;
     return true;
@@ -294,6 +273,8 @@ void ReaderWindow::ChooseFile() {
     all->add_pattern("*");
     m_pFiles->add_filter(books);
     m_pFiles->add_filter(all);
+    if (m_pSession != nullptr)
+        m_pFiles->set_current_folder(Gio::File::create_for_path(BookPath())->get_parent());
     m_pFiles->signal_response().connect([this](int response) {
         if (response == Gtk::ResponseType::ACCEPT)
             m_application.OpenBook(m_pFiles->get_file()->get_path(), this);
@@ -302,16 +283,10 @@ void ReaderWindow::ChooseFile() {
 }
 
 void ReaderWindow::ShowAbout() {
-    auto* const about = new Gtk::AboutDialog;
-    about->set_transient_for(*this);
-    about->set_modal(true);
-    about->set_program_name(_("UMD Reader"));
-    about->set_version(UMDREAD_VERSION);
-    about->set_logo_icon_name(Application::id);
-    about->set_comments(_("A window to read UMD books in."));
-    about->set_hide_on_close(true);
-    about->signal_hide().connect([about] { delete about; });
-    about->present();
+    gtk_show_about_dialog(GTK_WINDOW(gobj()), "program-name", _("UMD Reader"), "version",
+                          UMDREAD_VERSION, "logo-icon-name", Application::kId, "comments",
+                          _("A window to read UMD books in."), "license-type", GTK_LICENSE_MIT_X11,
+                          nullptr);
 }
 
 } // namespace umdread

@@ -1,9 +1,12 @@
 #include "RowList.h"
 
 #include <glibmm/i18n.h>
+#include <glibmm/main.h>
 #include <gtkmm/box.h>
 #include <gtkmm/button.h>
 #include <gtkmm/signallistitemfactory.h>
+
+#include "window/Messages.h"
 
 namespace umdread {
 
@@ -31,9 +34,12 @@ RowList::RowList(const Glib::ustring& name, const Glib::ustring& empty, bool rem
     m_view.set_model(m_pSelection);
     m_view.set_factory(factory);
     m_view.set_single_click_activate(true);
+    m_view.signal_map().connect([this] { // rows have a size after the next frame
+        Glib::signal_idle().connect_once(sigc::mem_fun(*this, &RowList::ScrollToSelected),
+                                         Glib::PRIORITY_LOW);
+    });
     m_view.signal_activate().connect([this](guint index) { m_signalChosen.emit(index); });
-    gtk_accessible_update_property(GTK_ACCESSIBLE(m_view.gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL,
-                                   name.c_str(), -1);
+    SetAccessibleName(m_view, name);
     m_scrolled.set_child(m_view);
     m_scrolled.set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
     m_scrolled.set_vexpand(true);
@@ -64,7 +70,12 @@ void RowList::Select(std::optional<std::size_t> index) {
     if (m_pSelection->get_selected() == position)
         return;
     m_pSelection->set_selected(position);
-    if (index)
+    ScrollToSelected();
+}
+
+void RowList::ScrollToSelected() {
+    const guint position = m_pSelection->get_selected();
+    if (position != GTK_INVALID_LIST_POSITION)
         m_view.activate_action("list.scroll-to-item", Glib::Variant<guint32>::create(position));
 }
 

@@ -40,6 +40,7 @@ public:
     sigc::signal<void(unsigned int)>& SignalRemoved() { return m_signalRemoved; }
 
 private:
+    void ScrollToSelected();
     void SetUp(const Glib::RefPtr<Gtk::ListItem>& item, bool removable);
     void Bind(const Glib::RefPtr<Gtk::ListItem>& item);
 

@@ -46,21 +46,27 @@ void PaintCover(Gtk::DrawingArea& area, const Cairo::RefPtr<Cairo::Context>& con
     context->set_line_width(1);
     context->rectangle(18.5, 10.5, width - 29, height - 21);
     context->stroke();
-    const auto layout = area.create_pango_layout(Glib::ustring(title).make_valid());
-    Pango::FontDescription font("Serif Bold 11");
-    layout->set_font_description(font);
-    layout->set_width((width - 36) * Pango::SCALE);
-    layout->set_height(-5); // lines
+    const auto layout = area.create_pango_layout(Valid(title));
+    const int most = (width - 36) * Pango::SCALE;
+    layout->set_width(most);
+    layout->set_height(-6); // lines
     layout->set_ellipsize(Pango::EllipsizeMode::END);
-    layout->set_wrap(Pango::WrapMode::WORD_CHAR);
+    layout->set_wrap(Pango::WrapMode::WORD);
     layout->set_alignment(Pango::Alignment::CENTER);
+    Pango::FontDescription font("Serif Bold 11");
+    for (int size = 11; size >= 7; --size) { // points, until the longest word has room
+        font.set_size(size * Pango::SCALE);
+        layout->set_font_description(font);
+        if (layout->get_logical_extents().get_width() <= most)
+            break;
+    }
     context->set_source_rgba(1, 0.97, 0.9, 0.92);
     context->move_to(22, 34);
     layout->show_in_cairo_context(context);
 }
 
 Gtk::Label* MakeLine(const std::string& text, const char* style) {
-    auto* label = Gtk::make_managed<Gtk::Label>(Glib::ustring(text).make_valid());
+    auto* label = Gtk::make_managed<Gtk::Label>(Valid(text));
     label->set_ellipsize(Pango::EllipsizeMode::END);
     label->set_max_width_chars(1);
     label->set_hexpand(true);

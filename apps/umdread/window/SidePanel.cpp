@@ -15,11 +15,11 @@ namespace umdread {
 
 namespace {
 
-constexpr int width = 320;
-constexpr std::chrono::milliseconds searchSlice(5); // of each turn of the main loop
+constexpr int kWidth = 320;
+constexpr std::chrono::milliseconds kSearchSlice(5); // of each turn of the main loop
 
 Glib::ustring Escaped(const std::string& text) {
-    return Glib::Markup::escape_text(Glib::ustring(text).make_valid());
+    return Glib::Markup::escape_text(Valid(text));
 }
 
 } // namespace
@@ -30,7 +30,7 @@ SidePanel::SidePanel()
       m_bookmarks(_("Bookmarks"), _("No bookmarks yet. Ctrl+D marks the page you are on."), true),
       m_notes(_("Notes"), _("No notes yet. Ctrl+N writes one to the page you are on."), true),
       m_hits(_("Hits"), "", false) {
-    set_size_request(width, -1);
+    set_size_request(kWidth, -1);
     add_css_class("panel");
     AddPage(m_contents, "contents", _("Contents"), "view-list-symbolic");
     AddPage(m_bookmarks, "bookmarks", _("Bookmarks"), "user-bookmarks-symbolic");
@@ -45,17 +45,7 @@ SidePanel::SidePanel()
         button->set_hexpand(true);
     append(m_switcher);
     append(m_pages);
-
-    m_contents.SignalChosen().connect([this](unsigned int i) { m_signalChapter.emit(i); });
-    m_bookmarks.SignalChosen().connect(
-        [this](unsigned int i) { m_signalPlace.emit(m_pSession->Bookmarks()[i].place); });
-    m_bookmarks.SignalRemoved().connect(
-        [this](unsigned int i) { m_signalRemoveBookmark.emit(m_pSession->Bookmarks()[i].place); });
-    m_notes.SignalChosen().connect(
-        [this](unsigned int i) { m_signalPlace.emit(m_pSession->Notes()[i].place); });
-    m_notes.SignalRemoved().connect(
-        [this](unsigned int i) { m_signalRemoveNote.emit(m_pSession->Notes()[i].place); });
-    m_hits.SignalChosen().connect([this](unsigned int i) { m_signalHit.emit(i); });
+    ListenToLists();
 }
 
 SidePanel::~SidePanel() {
@@ -66,6 +56,31 @@ void SidePanel::AddPage(Gtk::Widget& page, const char* name, const Glib::ustring
                         const char* icon) {
     const auto added = m_pages.add(page, name, title);
     added->set_icon_name(icon);
+}
+
+void SidePanel::ListenToLists() {
+    m_contents.SignalChosen().connect(
+        [this](unsigned int i) { m_signalJumped.emit(m_pSession->GoToChapter(i)); });
+    m_bookmarks.SignalChosen().connect([this](unsigned int i) {
+        m_signalJumped.emit(m_pSession->GoTo(m_pSession->Bookmarks()[i].place));
+    });
+    m_notes.SignalChosen().connect([this](unsigned int i) {
+        m_signalJumped.emit(m_pSession->GoTo(m_pSession->Notes()[i].place));
+    });
+    m_bookmarks.SignalRemoved().connect([this](unsigned int i) {
+        const Place place = m_pSession->Bookmarks()[i].place; // goes with the mark
+        m_pSession->RemoveBookmark(place);
+        m_signalMarked.emit();
+    });
+    m_notes.SignalRemoved().connect([this](unsigned int i) {
+        const Place place = m_pSession->Notes()[i].place;
+        m_pSession->RemoveNote(place);
+        m_signalMarked.emit();
+    });
+    m_hits.SignalChosen().connect([this](unsigned int i) {
+        m_pSession->FollowHit(i);
+        Followed();
+    });
 }
 
 Gtk::Box* SidePanel::MakeSearchPage() {
@@ -91,7 +106,7 @@ void SidePanel::ListenToEntry() {
             if (key != GDK_KEY_Return && key != GDK_KEY_KP_Enter)
                 return false;
             const bool back = (state & Gdk::ModifierType::SHIFT_MASK) != Gdk::ModifierType();
-            m_signalNextHit.emit(!back);
+            NextHit(!back);
             return true;
         },
         false);
@@ -131,18 +146,13 @@ void SidePanel::UpdateMarks() {
                     [this](unsigned int i) { return MarkRow(m_pSession->Notes()[i]); });
 }
 
-void SidePanel::UpdateHit() {
-    m_hits.Select(m_pSession->CurrentHit());
-    SayHits(!IsSearching());
-}
-
 Glib::ustring SidePanel::PercentOf(const Place& place) const {
     return Percent(m_pSession->FractionOf(place));
 }
 
 Glib::ustring SidePanel::ChapterTitle(const Place& place) const {
     const auto chapter = m_pSession->ChapterOf(place);
-    return chapter ? Glib::ustring(m_pSession->Chapters()[*chapter].title).make_valid() : "";
+    return chapter ? Valid(m_pSession->Chapters()[*chapter].title) : "";
 }
 
 Row SidePanel::ChapterRow(unsigned int index) const {
@@ -161,10 +171,11 @@ Row SidePanel::MarkRow(const Mark& mark) const {
 
 Row SidePanel::HitRow(unsigned int index) const {
     const Hit& hit = m_pSession->Hits()[index];
-    const Glib::ustring before = Glib::ustring(hit.before).make_valid();
-    const Glib::ustring::size_type shown = 12; // of what stands before, so that the hit is seen
+    const Glib::ustring before = Valid(hit.before);
+    constexpr Glib::ustring::size_type kShown =
+        12; // of what stands before, so that the hit is seen
     const Glib::ustring near =
-        before.size() > shown ? "…" + before.substr(before.size() - shown) : before;
+        before.size() > kShown ? "…" + before.substr(before.size() - kShown) : before;
     return {Escaped(near) + "<b>" + Escaped(hit.match) + "</b>" + Escaped(hit.after),
             ChapterTitle(hit.place), PercentOf(hit.place)};
 }
@@ -174,6 +185,7 @@ Row SidePanel::HitRow(unsigned int index) const {
 // In slices on the main loop, so that typing and reading go on; new text drops the search before.
 void SidePanel::StartSearch() {
     m_step.disconnect();
+    m_next.reset();
     if (m_pSession == nullptr)
         return;
     m_pSession->StartSearch(m_entry.get_text());
@@ -186,7 +198,7 @@ void SidePanel::StartSearch() {
 }
 
 bool SidePanel::StepSearch() {
-    const auto end = std::chrono::steady_clock::now() + searchSlice;
+    const auto end = std::chrono::steady_clock::now() + kSearchSlice;
     bool more = true;
     while (more && std::chrono::steady_clock::now() < end)
         more = m_pSession->StepSearch();
@@ -195,8 +207,26 @@ bool SidePanel::StepSearch() {
     if (!more) {
         m_step.disconnect();
         m_signalSearched.emit();
+        if (m_next)
+            NextHit(*m_next);
     }
     return more;
+}
+
+void SidePanel::NextHit(bool forward) {
+    if (IsSearching()) {
+        m_next = forward;
+        return;
+    }
+    m_next.reset();
+    m_pSession->NextHit(forward);
+    Followed();
+}
+
+void SidePanel::Followed() {
+    m_hits.Select(m_pSession->CurrentHit());
+    SayHits(!IsSearching());
+    m_signalFollowed.emit();
 }
 
 void SidePanel::SayHits(bool done) {
@@ -206,7 +236,7 @@ void SidePanel::SayHits(bool done) {
     const std::string number = std::to_string(count);
     if (const auto hit = m_pSession->CurrentHit())
         m_count.set_text(Glib::ustring::compose(_("%1 of %2"), std::to_string(*hit + 1), number));
-    else if (count == Search::mostHits)
+    else if (count == Search::kMostHits)
         m_count.set_text(Glib::ustring::compose(_("The first %1 hits"), number));
     else if (count > 0)
         m_count.set_text(Glib::ustring::compose(ngettext("%1 hit", "%1 hits", count), number));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include <gtkmm/box.h>
 #include <gtkmm/label.h>
 #include <gtkmm/searchentry.h>
@@ -19,30 +21,30 @@ public:
     ~SidePanel() override;
 
     void SetSession(Session* session);
-    void ShowContents() { m_pages.set_visible_child("contents"); }
     void ShowSearch();
     bool IsSearching() const { return m_step.connected(); }
 
     // The rows follow the session.
     void UpdatePlace();
     void UpdateMarks();
-    void UpdateHit();
 
-    sigc::signal<void(std::size_t)>& SignalChapter() { return m_signalChapter; }
-    sigc::signal<void(Place)>& SignalPlace() { return m_signalPlace; }
-    sigc::signal<void(std::size_t)>& SignalHit() { return m_signalHit; }
-    sigc::signal<void(bool forward)>& SignalNextHit() { return m_signalNextHit; }
-    sigc::signal<void(Place)>& SignalRemoveBookmark() { return m_signalRemoveBookmark; }
-    sigc::signal<void(Place)>& SignalRemoveNote() { return m_signalRemoveNote; }
-    sigc::signal<void()>& SignalLeave() { return m_signalLeave; } // back to the page
+    void NextHit(bool forward);
+
+    // What the session was told to do.
+    sigc::signal<void(bool shown)>& SignalJumped() { return m_signalJumped; }
+    sigc::signal<void()>& SignalFollowed() { return m_signalFollowed; } // a hit
+    sigc::signal<void()>& SignalMarked() { return m_signalMarked; }
     sigc::signal<void()>& SignalSearched() { return m_signalSearched; }
+    sigc::signal<void()>& SignalLeave() { return m_signalLeave; } // back to the page
 
 private:
     void AddPage(Gtk::Widget& page, const char* name, const Glib::ustring& title, const char* icon);
     Gtk::Box* MakeSearchPage();
+    void ListenToLists();
     void ListenToEntry();
     void StartSearch();
     bool StepSearch();
+    void Followed();
     void SayHits(bool done);
     Row ChapterRow(unsigned int index) const;
     Row MarkRow(const Mark& mark) const;
@@ -57,14 +59,9 @@ private:
     Gtk::SearchEntry m_entry;
     Gtk::Label m_count;
     sigc::connection m_step;
-    sigc::signal<void(std::size_t)> m_signalChapter;
-    sigc::signal<void(Place)> m_signalPlace;
-    sigc::signal<void(std::size_t)> m_signalHit;
-    sigc::signal<void(bool)> m_signalNextHit;
-    sigc::signal<void(Place)> m_signalRemoveBookmark;
-    sigc::signal<void(Place)> m_signalRemoveNote;
-    sigc::signal<void()> m_signalLeave;
-    sigc::signal<void()> m_signalSearched;
+    std::optional<bool> m_next; // asked for while the search goes on: the hit forward or backward
+    sigc::signal<void(bool)> m_signalJumped;
+    sigc::signal<void()> m_signalFollowed, m_signalMarked, m_signalSearched, m_signalLeave;
 };
 
 } // namespace umdread

@@ -7,6 +7,8 @@
 #include <gtkmm/label.h>
 #include <gtkmm/stringlist.h>
 
+#include "window/Messages.h"
+
 namespace umdread {
 
 namespace {
@@ -44,8 +46,7 @@ void TypePopover::AddRow(int row, const Glib::ustring& name, Gtk::Widget& contro
     auto* label = Gtk::make_managed<Gtk::Label>(name);
     label->set_xalign(0);
     label->set_mnemonic_widget(control);
-    gtk_accessible_update_property(GTK_ACCESSIBLE(control.gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL,
-                                   name.c_str(), -1);
+    SetAccessibleName(control, name);
     m_grid.attach(*label, 0, row);
     m_grid.attach(control, 1, row);
 }
