@@ -30,6 +30,7 @@ pid_t Start(const std::vector<std::string>& command, const fs::path& errors, int
     if (pipe2(ends, O_CLOEXEC) != 0)
         throw std::runtime_error("no pipe");
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string& argument : command)
         arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);

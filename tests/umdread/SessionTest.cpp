@@ -30,7 +30,7 @@ protected:
 
     std::string Write(const umdbook::Book& book, const umdbook::Options& options = {}) const {
         const umdbook::Bytes bytes = umdbook::WriteBook(book, options);
-        const std::string path = (m_folder / "book.umd").string();
+        std::string path = (m_folder / "book.umd").string();
         std::ofstream(path, std::ios::binary) << std::string(bytes.begin(), bytes.end());
         return path;
     }

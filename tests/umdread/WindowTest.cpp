@@ -42,7 +42,7 @@ protected:
         if (repeatTo > 0)
             book = umdbook::Repeated(book, repeatTo);
         const umdbook::Bytes bytes = umdbook::WriteBook(book);
-        const std::string path = (m_home / (sample + ".umd")).string();
+        std::string path = (m_home / (sample + ".umd")).string();
         std::ofstream(path, std::ios::binary) << std::string(bytes.begin(), bytes.end());
         return path;
     }
@@ -106,13 +106,16 @@ void ExpectThePage(const std::string& book, const desktop::Frame& frame, int sca
     int inked = 0;
     for (int y = 0; y < box[3]; ++y) {
         for (int x = 0; x < box[2]; ++x) {
-            const int covered = coverage[static_cast<std::size_t>(y * box[2] + x)];
+            const int covered = coverage.begin()[y * box[2] + x];
             const int row = at[1] * scale + box[1] + y;
-            const int pixel = row * picture.width + at[0] * scale + box[0] + x;
+            const int column = at[0] * scale + box[0] + x;
+            const auto pixel =
+                static_cast<std::size_t>(row) * static_cast<std::size_t>(picture.width) +
+                static_cast<std::size_t>(column);
             inked += covered > 127;
-            for (int c = 0; c < 3; ++c)
-                wrong += static_cast<unsigned char>(picture.bytes.at(static_cast<std::size_t>(
-                             3 * pixel + c))) != Mixed(ink[c], paper[c], covered);
+            for (std::size_t c = 0; c < 3; ++c)
+                wrong += static_cast<unsigned char>(picture.bytes.at(3 * pixel + c)) !=
+                         Mixed(ink[c], paper[c], covered);
         }
     }
     EXPECT_EQ(wrong, 0) << "of " << box[2] * box[3] << " pixels at " << frame.at("place");

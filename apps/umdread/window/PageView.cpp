@@ -75,7 +75,7 @@ void PageView::DrawScreen() {
     }
     m_pCoverage->flush();
     const int stride = m_pCoverage->get_stride();
-    std::memset(m_pCoverage->get_data(), 0, static_cast<std::size_t>(stride * height));
+    std::memset(m_pCoverage->get_data(), 0, std::size_t(height) * std::size_t(stride));
     m_pSession->Draw(m_pCoverage->get_data(), stride);
     m_pCoverage->mark_dirty();
     m_bOutdated = false;
@@ -123,7 +123,7 @@ void PageView::PaintBar(const Cairo::RefPtr<Cairo::Context>& context, const Plac
     const auto middle = m_pSession->LineOf(place);
     if (!middle)
         return;
-    const int scale = get_scale_factor();
+    const double scale = get_scale_factor();
     constexpr double kHeight = 18;
     SetSource(context, ColoursOf(m_theme).accent, opacity);
     context->rectangle(m_pSession->TextBox().x / scale - 14, *middle / scale - kHeight / 2, 3,

@@ -38,7 +38,7 @@ Glib::RefPtr<Gio::Menu> MakeMenu() {
     const auto help = Gio::Menu::create();
     help->append(_("Keyboard Shortcuts"), "win.show-help-overlay");
     help->append(_("About"), "win.about");
-    const auto menu = Gio::Menu::create();
+    auto menu = Gio::Menu::create();
     menu->append_section("", books);
     menu->append_section("", page);
     menu->append_section("", help);
@@ -207,15 +207,13 @@ bool ReaderWindow::OnKey(guint key, Gdk::ModifierType state) {
     const bool shift = (state & Gdk::ModifierType::SHIFT_MASK) != Gdk::ModifierType();
     const bool list = IsWithin(focus, GTK_TYPE_LIST_VIEW);
     const bool button = IsWithin(focus, GTK_TYPE_BUTTON);
-    if (key == GDK_KEY_Right || key == GDK_KEY_KP_Right)
-        Turn(true);
-    else if (key == GDK_KEY_Left || key == GDK_KEY_KP_Left)
-        Turn(false);
-    else if (list)
+    const bool right = key == GDK_KEY_Right || key == GDK_KEY_KP_Right;
+    const bool left = key == GDK_KEY_Left || key == GDK_KEY_KP_Left;
+    if (list && !right && !left)
         return false;
-    else if (key == GDK_KEY_Page_Down || key == GDK_KEY_KP_Page_Down)
+    if (right || key == GDK_KEY_Page_Down || key == GDK_KEY_KP_Page_Down)
         Turn(true);
-    else if (key == GDK_KEY_Page_Up || key == GDK_KEY_KP_Page_Up)
+    else if (left || key == GDK_KEY_Page_Up || key == GDK_KEY_KP_Page_Up)
         Turn(false);
     else if (key == GDK_KEY_space && !button)
         Turn(!shift);
