@@ -24,3 +24,15 @@ file(RELATIVE_PATH prefix_from_here ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMA
 configure_file(cmake/umdformat.pc.in umdformat.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/umdformat.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# A manual page and bash's completion for each program.
+foreach(program umdview umdread mkumd)
+    if(TARGET ${program})
+        install(FILES man/${program}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+        install(FILES completion/${program}
+                DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+    endif()
+endforeach()
+if(TARGET mkumd)
+    install(TARGETS mkumd RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
