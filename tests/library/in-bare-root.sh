@@ -25,7 +25,7 @@ screens=$(umdview render alice.umd --all --out screens >/dev/null && ls screens 
 [ "$(stat -c %s screens/screen-0001.png)" -gt 5000 ] || { echo "Nothing is drawn"; exit 1; }
 ldd /usr/bin/umdread | grep "not found" && exit 1
 
-dpkg --purge umdread umdview libumdformat-dev libumdformat1
+dpkg --purge umdread umdview libumdformat-doc libumdformat-dev libumdformat1
 files >after
 diff before after || { echo "The packages leave something behind"; exit 1; }
 echo "In the bare root: installed, read a book of $screens screens, removed, nothing left"
