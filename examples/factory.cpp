@@ -16,7 +16,8 @@ constexpr int kHeight = 640;
 
 // Dark ink on white.
 std::vector<unsigned char> Draw(IFormatRender& book) {
-    std::vector<unsigned char> pixels(kWidth * kHeight, 0); // drawing adds to what is there
+    std::vector<unsigned char> pixels(std::size_t{kWidth} * kHeight,
+                                      0); // drawing adds to what is there
     book.DrawCurScreen({0, pixels.data(), kHeight, kWidth, kWidth}, 0, 0);
     for (unsigned char& pixel : pixels)
         pixel = static_cast<unsigned char>(255 - pixel);

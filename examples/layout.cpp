@@ -29,10 +29,9 @@ std::unique_ptr<CPangoLayout> MakeLayout() {
 
 // The image's middle, in rows of the whole image, so that the margin stays clear.
 long DrawInkInMiddle(CUMDRenderImpl& book) {
-    std::vector<unsigned char> pixels(kWidth * kHeight, 0);
-    book.DrawCurScreen({0, pixels.data() + kMargin * kWidth + kMargin, kHeight - 2 * kMargin,
-                        kWidth - 2 * kMargin, kWidth},
-                       0, 0);
+    std::vector<unsigned char> pixels(std::size_t{kWidth} * kHeight, 0);
+    unsigned char* corner = pixels.data() + std::ptrdiff_t{kMargin} * kWidth + kMargin;
+    book.DrawCurScreen({0, corner, kHeight - 2 * kMargin, kWidth - 2 * kMargin, kWidth}, 0, 0);
     long ink = 0;
     for (const unsigned char pixel : pixels)
         ink += pixel;
