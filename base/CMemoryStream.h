@@ -6,6 +6,7 @@
 
 namespace QvFormat {
 
+// Releases what the global operator new gave.
 struct OperatorDelete {
     void operator()(unsigned char* buffer) const { ::operator delete(buffer); }
 };

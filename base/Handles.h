@@ -9,6 +9,7 @@
 
 namespace QvFormat {
 
+// Releases memory with free.
 struct FreeDeleter {
     void operator()(void* memory) const { std::free(memory); }
 };
@@ -17,16 +18,20 @@ struct FreeDeleter {
 template<typename T>
 using MallocPtr = std::unique_ptr<T, FreeDeleter>;
 
+// Closes a file of stdio.
 struct FileCloser {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
+// An open file.
 using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
 
+// Closes a folder that is being listed.
 struct FolderCloser {
     void operator()(DIR* folder) const { closedir(folder); }
 };
 
+// A folder that is being listed.
 using FolderPtr = std::unique_ptr<DIR, FolderCloser>;
 
 } // namespace QvFormat

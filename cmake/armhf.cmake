@@ -8,6 +8,8 @@ set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
 # The compiler's note that its calling convention once changed concerns nothing that is built here.
 set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
+# Debug information tells the binary interface; stripping takes it off again.
+set(CMAKE_CXX_FLAGS_MINSIZEREL_INIT -g)
 
 set(UMDFORMAT_ARMHF_ROOT ${CMAKE_CURRENT_LIST_DIR}/../build/armhf-root
     CACHE PATH "Root folder with the target's libraries and headers")

@@ -17,6 +17,7 @@ class UMDFORMAT_API IBookAnnotation {
 public:
     virtual ~IBookAnnotation();
 
+    // What the annotation carries, and what it is for; both stay as they are.
     virtual QVRESULT GetAnnotationType(QvAnnotationType* type) = 0;
     virtual QVRESULT GetBookmarkType(QvBookmarkType* type) = 0;
 

@@ -25,6 +25,8 @@ class UMDFORMAT_API IBookInfoEntity {
 public:
     virtual ~IBookInfoEntity();
 
+    // Store a new proxy for the records of `fileId`, or for the one path table.
+    // QV_E_OUTOFMEMORY: `*proxy` is null.
     virtual QVRESULT GetInfoProxy(IBookInfoProxy** proxy, unsigned int fileId) = 0;
     virtual QVRESULT GetIndexProxy(IBookIndexProxy** proxy, unsigned int fileId) = 0;
     virtual QVRESULT GetAnnotationProxy(IBookAnnotationProxy** proxy, unsigned int fileId) = 0;

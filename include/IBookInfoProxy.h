@@ -23,12 +23,14 @@ class UMDFORMAT_API IBookInfoProxy {
 public:
     virtual ~IBookInfoProxy();
 
+    // Strings that describe the book; see above.
     virtual QVRESULT GetBookName(char** name) = 0;
     virtual QVRESULT GetAuthorName(char** name) = 0;
     virtual QVRESULT GetCoverPagePath(char** path) = 0;
     virtual QVRESULT GetPublisherName(char** name) = 0;
     virtual QVRESULT GetISBN(char** isbn) = 0;
 
+    // As it was set, in its low 8 bits.
     virtual QVRESULT GetBookSource(QvBookSource* source) = 0;
 
     // A number in the application's unit; the library does not use it.
@@ -55,6 +57,7 @@ public:
     virtual QVRESULT SetPublisherName(char const* name, unsigned int length) = 0;
     virtual QVRESULT SetISBN(char const* isbn, unsigned int length) = 0;
 
+    // Any number.
     virtual QVRESULT SetReadingProgress(unsigned int progress) = 0;
 
     // Keeps the low 8 bits.

@@ -9,9 +9,9 @@ namespace QvFormat {
 
 // One entry of the path table. The values are the application's, kept unchanged.
 struct QvpPathItem {
-    unsigned int nValue0;
-    unsigned int nValue1;
-    char* pszPath; // NUL-terminated, at most 499 bytes
+    unsigned int nValue0; // the application's
+    unsigned int nValue1; // the application's
+    char* pszPath;        // NUL-terminated, at most 499 bytes
 };
 
 static_assert(offsetof(QvpPathItem, pszPath) == 8);

@@ -55,6 +55,7 @@ public:
     // A font description such as "Serif 18": family, and size in points. Null is ignored.
     virtual void SetFontDescription(const char* description) = 0;
 
+    // Where lines break, what becomes of paragraphs that are too wide, and where lines stand.
     virtual void SetWrap(QVLayoutWrapMode wrap) = 0;
     virtual void SetEllipsize(QVLayoutEllipsizeMode ellipsize) = 0;
     virtual void SetAlignment(QVLayoutAlignment alignment) = 0;

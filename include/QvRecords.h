@@ -6,16 +6,16 @@
 
 // A rectangle in pixels; left and top are inside it, right and bottom just outside.
 struct QV_RECT {
-    std::int32_t left;
-    std::int32_t top;
-    std::int32_t right;
-    std::int32_t bottom;
+    std::int32_t left;   // first column
+    std::int32_t top;    // first row
+    std::int32_t right;  // column after the last
+    std::int32_t bottom; // row after the last
 };
 
 // A point in pixels.
 struct QV_POINT {
-    std::int32_t x;
-    std::int32_t y;
+    std::int32_t x; // columns, to the right
+    std::int32_t y; // rows, downwards
 };
 
 static_assert(sizeof(QV_RECT) == 16 && offsetof(QV_RECT, bottom) == 12);

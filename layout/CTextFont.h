@@ -11,6 +11,7 @@ typedef struct FT_FaceRec_* FT_Face;
 
 namespace QvFormat {
 
+// Releases what FreeType handed out.
 struct FreeTypeReleaser {
     void operator()(FT_Library library) const;
     void operator()(FT_Face face) const;

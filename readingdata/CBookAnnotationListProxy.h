@@ -28,6 +28,7 @@ class CBookAnnotationImpl;
 // Writing: every annotation must be of the list's type, and its comment below 2 GiB.
 class UMDFORMAT_API CBookAnnotationListProxy : public CBookAnnotationProxyBase {
 public:
+    // Works on the records of `fileId` in `file`; null: every operation gives QV_E_NOTREADY.
     CBookAnnotationListProxy(CQvpFile* file, unsigned int fileId);
     ~CBookAnnotationListProxy() override;
 

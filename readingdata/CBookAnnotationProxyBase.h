@@ -13,6 +13,7 @@ class CQvpFile;
 // class's.
 class UMDFORMAT_API CBookAnnotationProxyBase : public IBookAnnotationProxy {
 public:
+    // Works on the records of `fileId` in `file`; null: every operation gives QV_E_NOTREADY.
     CBookAnnotationProxyBase(CQvpFile* file, unsigned int fileId);
     ~CBookAnnotationProxyBase() override;
 

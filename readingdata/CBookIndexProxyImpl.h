@@ -11,6 +11,7 @@ class CQvpFile;
 // the same thread. A record holds up to 200.
 class UMDFORMAT_API CBookIndexProxyImpl : public IBookIndexProxy {
 public:
+    // Works on the records of `fileId` in `file`; null: every operation gives QV_E_NOTREADY.
     CBookIndexProxyImpl(CQvpFile* file, unsigned int fileId);
     ~CBookIndexProxyImpl() override;
 

@@ -11,6 +11,7 @@ class CQvpFile;
 // used by the same thread. The proxy finds the record at its first operation and keeps to it.
 class UMDFORMAT_API CBookInfoProxyImpl : public IBookInfoProxy {
 public:
+    // Works on the records of `fileId` in `file`; null: every operation gives QV_E_NOTREADY.
     CBookInfoProxyImpl(CQvpFile* file, unsigned int fileId);
     ~CBookInfoProxyImpl() override;
 

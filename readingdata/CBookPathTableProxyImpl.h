@@ -11,6 +11,7 @@ class CQvpFile;
 // the same table for every file id; new records carry the one given here.
 class UMDFORMAT_API CBookPathTableProxyImpl : public IBookPathTableProxy {
 public:
+    // Works on the table in `file`; null: every operation gives QV_E_NOTREADY.
     CBookPathTableProxyImpl(CQvpFile* file, unsigned int fileId);
     ~CBookPathTableProxyImpl() override;
 

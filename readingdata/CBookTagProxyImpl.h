@@ -11,6 +11,7 @@ class CQvpFile;
 // thread. A record holds up to 10.
 class UMDFORMAT_API CBookTagProxyImpl : public IBookTagProxy {
 public:
+    // Works on the records of `fileId` in `file`; null: every operation gives QV_E_NOTREADY.
     CBookTagProxyImpl(CQvpFile* file, unsigned int fileId);
     ~CBookTagProxyImpl() override;
 

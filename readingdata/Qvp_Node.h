@@ -15,21 +15,22 @@ struct Qvp_Node {
     long nOffset;         // of the record's type byte in the file; 0: not written yet
     int bModified;        // 1: rewrite the record in place at the next flush
     unsigned int nLength; // data bytes
-    unsigned char* pData;
-    int bBorrowed; // 1: pData points into the container's image; 0: the node's own, from new[]
-    Qvp_Node* pNext;
+    unsigned char* pData; // see bBorrowed
+    int bBorrowed;   // 1: pData points into the container's image; 0: the node's own, from new[]
+    Qvp_Node* pNext; // of the list, or null
 };
 
 // The lists of one file id.
 struct Qvp_File_Data_Node {
-    unsigned int nFileId;
+    unsigned int nFileId; // of all records here
+    // The first node of each list; null: not loaded, or empty.
     Qvp_Node* pBookInfo;
     Qvp_Node* pIndexList;
     Qvp_Node* pPositionAnnotations;
     Qvp_Node* pRangeAnnotations;
     Qvp_Node* pCommentAnnotations;
     Qvp_Node* pTagList;
-    Qvp_File_Data_Node* pNext;
+    Qvp_File_Data_Node* pNext; // the next file id's, or null
 };
 
 static_assert(sizeof(void*) != 4 || sizeof(Qvp_Node) == 32);

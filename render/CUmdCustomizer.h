@@ -10,6 +10,7 @@ class CUMDRenderImpl;
 // by that renderer's thread.
 class UMDFORMAT_API CUmdCustomizer : public ITextCustomizer {
 public:
+    // Null: every operation gives QV_E_NOTREADY.
     explicit CUmdCustomizer(CUMDRenderImpl* render);
     ~CUmdCustomizer() override;
 
