@@ -52,7 +52,9 @@ std::string Books::Make(std::size_t utf16Bytes, const std::vector<const char*>& 
     const bool isShort = 2 * book.Text().size() > utf16Bytes;
     const umdbook::Bytes bytes = umdbook::WriteBook(
         isShort ? Cut(book, utf16Bytes) : umdbook::Repeated(book, utf16Bytes), options);
-    std::string path = m_sFolder + "/" + samples.front() + std::to_string(utf16Bytes) + ".umd";
+    std::string path = m_sFolder + "/" + std::to_string(utf16Bytes);
+    for (const char* sample : samples) // others may have the book of the first one open
+        path.append("-").append(sample);
     std::ofstream file(path, std::ios::binary);
     file.write(reinterpret_cast<const char*>(bytes.data()),
                static_cast<std::streamsize>(bytes.size()));
