@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 
 #include <glib-unix.h>
@@ -26,7 +27,37 @@ Gio::Application::Flags UniqueWhereThereIsABus() {
     return hasBus ? flags : flags | Gio::Application::Flags::NON_UNIQUE;
 }
 
+void AddOptions(Gio::Application& application) {
+    application.set_option_context_parameter_string(_("[BOOK…]"));
+    application.add_main_option_entry(Gio::Application::OptionType::BOOL, "version", 'v',
+                                      _("Say the version and end"));
+    application.signal_handle_local_options().connect(
+        [](const Glib::RefPtr<Glib::VariantDict>& options) {
+            if (!options->contains("version"))
+                return -1; // goes on
+            std::puts("umdread " UMDREAD_VERSION);
+            return 0;
+        },
+        false);
+}
+
 } // namespace
+
+int RunWithoutDisplay(int argc, char** argv) {
+    const auto application =
+        Gio::Application::create(Application::kId, Gio::Application::Flags::HANDLES_OPEN |
+                                                       Gio::Application::Flags::NON_UNIQUE);
+    AddOptions(*application);
+    bool refused = false;
+    const auto refuse = [&refused] {
+        refused = true;
+        std::fputs("umdread: no display to open a window on\n", stderr);
+    };
+    application->signal_activate().connect(refuse);
+    application->signal_open().connect(sigc::hide(sigc::hide(refuse)));
+    const int status = application->run(argc, argv);
+    return refused ? EXIT_FAILURE : status;
+}
 
 std::string ShareFolder() {
     std::error_code error;
@@ -38,15 +69,7 @@ Application::Application()
     : Gtk::Application(kId, UniqueWhereThereIsABus()),
       m_sFolder(Glib::build_filename(Glib::get_user_config_dir(), "umdread")),
       m_settings(LoadSettings(m_sFolder)), m_shelf(m_sFolder) {
-    add_main_option_entry(OptionType::BOOL, "version", 'v', _("Say the version and end"));
-    signal_handle_local_options().connect(
-        [](const Glib::RefPtr<Glib::VariantDict>& options) {
-            if (!options->contains("version"))
-                return -1; // goes on
-            std::puts("umdread " UMDREAD_VERSION);
-            return 0;
-        },
-        false);
+    AddOptions(*this);
 }
 
 Application::~Application() = default;

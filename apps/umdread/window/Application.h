@@ -16,6 +16,9 @@ class ReaderWindow;
 // Where icons and translations are, beside the program as it is installed and as it is built.
 std::string ShareFolder();
 
+// Answers --help and --version, for which Gtk::Application needs a display; refuses all else.
+int RunWithoutDisplay(int argc, char** argv);
+
 // All windows of a user, in one process; what they share.
 class Application : public Gtk::Application {
 public:
