@@ -55,7 +55,7 @@ protected:
     const fs::path folder = testing::TempDir() + "host-process-test";
 };
 
-// All that a library might change behind its host's back, as one text.
+// All of its host's process that a library might change unseen, as one text.
 std::string ProcessState() {
     std::string state =
         std::string(std::setlocale(LC_ALL, nullptr)) + '\n' + fs::current_path().string() + '\n';
