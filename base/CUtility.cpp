@@ -2,45 +2,18 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdint>
 #include <cstring>
 #include <iterator>
-#include <memory>
 
 #include <sys/stat.h>
 
-#include "base/Libiconv.h"
+#include "base/CharsetConverter.h"
 
 namespace QvFormat {
 namespace {
 
-struct LibiconvCloser {
-    void operator()(void* descriptor) const { libiconv_close(descriptor); }
-};
-
-using LibiconvPtr = std::unique_ptr<void, LibiconvCloser>;
-
-// Versions of GNU libiconv differ in whether the input they point at is const.
-struct LibiconvInput {
-    const char** m_pInput;
-    operator const char**() const { return m_pInput; }
-    operator char**() const { return const_cast<char**>(m_pInput); }
-};
-
 bool NamesNoEncoding(CharsetEncoding encoding) {
     return encoding == 11 || encoding == 12;
-}
-
-LibiconvPtr OpenLibiconv(CharsetEncoding to, CharsetEncoding from, int discard, int transliterate) {
-    void* descriptor =
-        libiconv_open(CUtility::GetEncodingString(to), CUtility::GetEncodingString(from));
-    if (reinterpret_cast<std::intptr_t>(descriptor) == -1)
-        return nullptr;
-    int discarding = discard != 0;
-    libiconvctl(descriptor, ICONV_SET_DISCARD_ILSEQ, &discarding);
-    int transliterating = transliterate != 0;
-    libiconvctl(descriptor, ICONV_SET_TRANSLITERATE, &transliterating);
-    return LibiconvPtr(descriptor);
 }
 
 char SmallLetter(char letter) {
@@ -76,17 +49,8 @@ QVRESULT CUtility::ConvertEncoding(CharsetEncoding to, CharsetEncoding from, con
                                    unsigned long* written, int discard, int transliterate) {
     if (NamesNoEncoding(to) || NamesNoEncoding(from) || !in || !out)
         return QV_E_INVALIDARG;
-    const LibiconvPtr descriptor = OpenLibiconv(to, from, discard, transliterate);
-    if (!descriptor)
-        return QV_E_FAIL;
-    std::size_t inLeft = inSize;
-    std::size_t outLeft = outSize;
-    if (libiconv(descriptor.get(), LibiconvInput{&in}, &inLeft, &out, &outLeft) ==
-        static_cast<std::size_t>(-1))
-        return QV_E_FAIL;
-    if (written)
-        *written = static_cast<unsigned long>(outSize - outLeft);
-    return QV_S_OK;
+    return CharsetConverter(to, from, discard, transliterate)
+        .Convert(in, inSize, out, outSize, written);
 }
 
 int CUtility::StringEndWith(const char* string, const char* suffix, int ignoreCase) {

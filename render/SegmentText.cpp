@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "base/CUtility.h"
+#include "base/CharsetConverter.h"
 #include "layout/Paragraphs.h"
 
 namespace QvFormat {
@@ -38,14 +38,15 @@ SegmentText ConvertBlocks(const unsigned char* content, int length) {
     SegmentText segment;
     segment.text.reset(
         static_cast<unsigned char*>(std::calloc(static_cast<std::size_t>(length), kUtf8Allocated)));
+    const CharsetConverter converter(CharsetUTF8, CharsetUTF16LE, 1, 0);
     for (int at = 0; segment.text && at < length; at += kBlockBytes) {
         const int size = std::min(kBlockBytes, length - at) / kUtf16UnitBytes * kUtf16UnitBytes;
         const int end = segment.Length();
         unsigned long written = 0;
-        if (CUtility::ConvertEncoding(
-                CharsetUTF8, CharsetUTF16LE, reinterpret_cast<const char*>(content + at),
-                static_cast<unsigned int>(size), reinterpret_cast<char*>(segment.text.get() + end),
-                static_cast<unsigned int>(kUtf8Room * length - end), &written, 1, 0) != QV_S_OK)
+        if (converter.Convert(
+                reinterpret_cast<const char*>(content + at), static_cast<unsigned int>(size),
+                reinterpret_cast<char*>(segment.text.get() + end),
+                static_cast<unsigned int>(kUtf8Room * length - end), &written) != QV_S_OK)
             break;
         segment.offsets[static_cast<std::size_t>(++segment.blocks)] =
             end + static_cast<int>(written);
