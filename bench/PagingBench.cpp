@@ -46,7 +46,7 @@ struct Language {
     double insideLimit; // of turns that have nothing to load
     double wholeBookLimit;
 };
-constexpr Language kLanguages[] = {{"Chinese", bench::kChinese, 0.40, 1.08},
+constexpr Language kLanguages[] = {{"Chinese", bench::kChinese, 0.40, 1.05},
                                    {"English", bench::kEnglish, 0.30, 1.15}};
 
 enum Side { Ours, Bare };

@@ -17,6 +17,10 @@ namespace QvFormat {
 
 namespace {
 
+// Pango counts the characters before each paragraph of a layout: a layout with many of them would
+// take longer for each.
+constexpr int kPieceBytes = 2048;
+
 // An indent beyond half the width leaves room for four wide letters.
 void LimitIndent(PangoLayout* layout) {
     const int indent = pango_layout_get_indent(layout);
@@ -34,8 +38,12 @@ void LimitIndent(PangoLayout* layout) {
 
 // Whether no cluster holds the character and another one. It may say no of one that does stand
 // alone; the ranges are what most texts consist of, U+2010 to U+2029 dashes, quotation marks and
-// separators.
-bool StandsAlone(gunichar character) {
+// separators. Each of 0xE5 to 0xE8 begins Chinese characters only.
+bool StandsAlone(const char* text) {
+    const auto first = static_cast<unsigned char>(*text);
+    if (first < 0x80 || (first >= 0xe5 && first <= 0xe8))
+        return true;
+    const gunichar character = g_utf8_get_char(text);
     return character < 0x300 || (character >= 0x4e00 && character <= 0x9fff) ||
            (character >= 0x2010 && character <= 0x2029) ||
            ((g_unichar_iswide(character) || g_unichar_ispunct(character) ||
@@ -48,7 +56,7 @@ bool StandsAlone(gunichar character) {
 void KeepClustersWhole(PangoLayout* layout) {
     const char* text = pango_layout_get_text(layout);
     const char* next = text;
-    while (*next && StandsAlone(g_utf8_get_char(next)))
+    while (*next && StandsAlone(next))
         next = g_utf8_next_char(next);
     if (!*next)
         return;
@@ -82,6 +90,44 @@ bool CanSeparate(PangoLayout* settings, const char* text) {
            pango_layout_get_ellipsize(settings) == PANGO_ELLIPSIZE_NONE;
 }
 
+// The first paragraph of a text, with its separator.
+int ParagraphLength(const char* text, int length) {
+    int separator = 0;
+    int next = 0;
+    pango_find_paragraph_boundary(text, length, &separator, &next);
+    return next;
+}
+
+// What Pango itself still goes by.
+bool HasDirection(const char* text, int length) {
+    G_GNUC_BEGIN_IGNORE_DEPRECATIONS
+    return pango_find_base_dir(text, length) != PANGO_DIRECTION_NEUTRAL;
+    G_GNUC_END_IGNORE_DEPRECATIONS
+}
+
+// How much of a text Pango lays out alike without the rest: whole paragraphs. One that has no
+// direction of its own takes that of the text before it, or of the first text that has one.
+int PieceLength(const char* text, int length) {
+    int piece = std::min(kPieceBytes, length);
+    while (piece < length) {
+        piece += ParagraphLength(text + piece, length - piece);
+        const char* next = text + piece;
+        if (HasDirection(next, ParagraphLength(next, length - piece)) && HasDirection(text, piece))
+            break;
+    }
+    return piece;
+}
+
+PangoLayout* LayOut(PangoLayout* style, const char* separator, const char* text, int length) {
+    const std::unique_ptr<char, decltype(&g_free)> whole(
+        g_strdup_printf("%s%.*s", separator, length, text), g_free);
+    PangoLayout* layout = pango_layout_copy(style);
+    pango_layout_set_text(layout, whole.get(), -1);
+    if (pango_layout_get_wrap(layout) == PANGO_WRAP_WORD_CHAR)
+        KeepClustersWhole(layout);
+    return layout;
+}
+
 // Far enough for any image, and small enough to add to.
 int Clamped(long long units) {
     return static_cast<int>(std::clamp<long long>(units, INT_MIN / 2, INT_MAX / 2));
@@ -91,42 +137,69 @@ int Clamped(long long units) {
 
 // Put before a text that goes on with a paragraph, a line separator takes the place of the
 // paragraph's first line, so that Pango gives the lines after it no first-line indent.
-KeptLines::KeptLines(PangoLayout* settings, bool continues)
-    : m_pLayout(pango_layout_copy(settings)) {
-    PangoLayout* layout = m_pLayout.get();
+KeptLines::KeptLines(PangoLayout* settings, bool continues) {
     const char* text = pango_layout_get_text(settings);
     const char* separator = continues && CanSeparate(settings, text) ? "\u2028" : "";
-    const std::unique_ptr<char, decltype(&g_free)> whole(g_strconcat(separator, text, nullptr),
-                                                         g_free);
-    LimitIndent(layout);
-    if (continues && pango_layout_get_single_paragraph_mode(settings))
-        pango_layout_set_indent(layout, 0);
-    pango_layout_set_text(layout, whole.get(), -1);
-    if (pango_layout_get_wrap(layout) == PANGO_WRAP_WORD_CHAR)
-        KeepClustersWhole(layout);
-    Keep(static_cast<int>(std::strlen(separator)));
+    const int separatorLength = static_cast<int>(std::strlen(separator));
+    const int length = static_cast<int>(std::strlen(text));
+    m_pPieces =
+        NewArray<GObjectPtr<PangoLayout>>(static_cast<std::size_t>(length / kPieceBytes) + 1);
+    if (!m_pPieces)
+        return;
+    const bool isOneParagraph = pango_layout_get_single_paragraph_mode(settings);
+    const GObjectPtr<PangoLayout> style(pango_layout_copy(settings));
+    LimitIndent(style.get());
+    if (continues && isOneParagraph)
+        pango_layout_set_indent(style.get(), 0);
+    pango_layout_set_text(style.get(), "", 0);
+    int lines = 0;
+    int begin = 0;
+    do {
+        const int piece = isOneParagraph ? length : PieceLength(text + begin, length - begin);
+        m_pPieces[m_nPieces].reset(LayOut(style.get(), separator, text + begin, piece));
+        lines += pango_layout_get_line_count(m_pPieces[m_nPieces++].get());
+        separator = "";
+        begin += piece;
+    } while (begin < length);
+    if (!Keep(lines, separatorLength))
+        m_nCount = 0;
 }
 
-// The first `separator` bytes and their line are not of the text.
-void KeptLines::Keep(int separator) {
-    const int count = pango_layout_get_line_count(m_pLayout.get());
-    m_pLines.reset(new (std::nothrow) Line[static_cast<std::size_t>(count)]);
+// The line of the separator is none of the text's, nor is the empty one that Pango adds after the
+// last separator of a piece.
+bool KeptLines::Keep(int lines, int separator) {
+    m_pLines = NewArray<Line>(static_cast<std::size_t>(lines));
     if (!m_pLines)
-        return;
-    PangoLineInfoNode* node = pango_layout_get_line_info_list(m_pLayout.get());
+        return false;
+    m_nCount = separator > 0 ? -1 : 0;
+    int offset = -separator;
+    for (int i = 0; i < m_nPieces; ++i) {
+        m_nCount -= i > 0;
+        if (!KeepPiece(m_pPieces[i].get(), offset))
+            return false;
+        offset += static_cast<int>(std::strlen(pango_layout_get_text(m_pPieces[i].get())));
+    }
+    return true;
+}
+
+bool KeptLines::KeepPiece(PangoLayout* piece, int offset) {
+    PangoLineInfoNode* node = pango_layout_get_line_info_list(piece);
+    if (!node)
+        return false;
     const std::unique_ptr<PangoLayoutIter, decltype(&pango_layout_iter_free)> iter(
-        pango_layout_get_iter(m_pLayout.get()), pango_layout_iter_free);
-    for (m_nCount = node && separator ? -1 : 0; node; ++m_nCount) {
+        pango_layout_get_iter(piece), pango_layout_iter_free);
+    for (; node; ++m_nCount) {
         const MallocPtr<PangoLineInfoNode> owner(node);
         PangoRectangle logical;
         pango_layout_iter_get_line_extents(iter.get(), nullptr, &logical);
         if (m_nCount >= 0)
             m_pLines[m_nCount] = {pango_layout_iter_get_line_readonly(iter.get()),
-                                  {node->start_index - separator, node->height},
+                                  {node->start_index + offset, node->height},
                                   logical.x};
         pango_layout_iter_next_line(iter.get());
         node = node->next;
     }
+    return true;
 }
 
 // As Pango places the lines of a layout: each at the exact end of the one before and the spacing.
@@ -139,7 +212,7 @@ void KeptLines::Draw(int first, int end, const QV_IMAGE& image, int x, int y) co
         pango_ft2_render_layout_line_subpixel(&bitmap, m_pLines[i].line,
                                               Clamped(1LL * PANGO_SCALE * x + m_pLines[i].x),
                                               Clamped(top - logical.y));
-        top += 0LL + logical.height + pango_layout_get_spacing(m_pLayout.get());
+        top += 0LL + logical.height + pango_layout_get_spacing(m_pPieces[0].get());
     }
 }
 

@@ -1,9 +1,8 @@
 #pragma once
 
-#include <memory>
-
 #include <pango/pango.h>
 
+#include "base/OwnedArray.h"
 #include "layout/CPangoLayout.h"
 
 namespace QvFormat {
@@ -30,15 +29,17 @@ public:
 
 private:
     struct Line {
-        PangoLayoutLine* line; // of m_pLayout
+        PangoLayoutLine* line; // of a piece
         QVLayoutLineInfo info;
         int x; // of its left end, in Pango units
     };
 
-    void Keep(int separator);
+    bool Keep(int lines, int separator);
+    bool KeepPiece(PangoLayout* piece, int offset);
 
-    GObjectPtr<PangoLayout> m_pLayout; // never changed: Pango would drop its lines
-    std::unique_ptr<Line[]> m_pLines;
+    OwnedArray<GObjectPtr<PangoLayout>> m_pPieces; // never changed: Pango would drop their lines
+    int m_nPieces = 0;
+    OwnedArray<Line> m_pLines;
     int m_nCount = 0;
 };
 

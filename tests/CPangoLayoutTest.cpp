@@ -346,7 +346,8 @@ protected:
     // hyphens, tabs and separators of all kinds.
     std::string RandomText(const std::vector<int>& scripts) {
         std::u16string text;
-        for (int paragraph = 0; paragraph < 6; ++paragraph) {
+        const int paragraphs = Of({6, 6, 20});
+        for (int paragraph = 0; paragraph < paragraphs; ++paragraph) {
             const int first = Of(scripts);
             for (int word = Of({0, 9, 25, 40}); word > 0; --word, text += u' ')
                 for (int letter = Of({1, 3, 5, 9, 30}); letter > 0; --letter)
@@ -395,6 +396,20 @@ TEST_F(PageMatrixTest, PagesAreCutFromTheWholeText) {
                 ExpectPage(part, 0, whole, line, width);
         }
         EXPECT_EQ(layout.Table(), whole.table);
+    }
+}
+
+// Pango gives them that of the letters before, or of the first letters after.
+TEST_F(PageMatrixTest, ParagraphsWithoutLettersHaveTheDirectionOfOthers) {
+    const std::string digits = Repeat("12 34\n", 700), hebrew = Repeat("\u05d0\u05d1 ", 500) + '\n';
+    layout.SetLayoutRect(600, kHeight);
+    for (const std::string& text : {digits + hebrew, hebrew + digits + kChinese}) {
+        layout.SetText(text);
+        const WholeText whole(layout, text);
+        ASSERT_EQ(layout.Table(), whole.table);
+        for (int line = 0; line < static_cast<int>(whole.table.size());
+             line = layout.GetPageEndLine(line) + 1)
+            ExpectPage(layout, line, whole, line, 600);
     }
 }
 
