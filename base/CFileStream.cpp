@@ -1,5 +1,6 @@
 #include "base/CFileStream.h"
 
+#include <algorithm>
 #include <climits>
 
 #include <stdio_ext.h>
@@ -8,11 +9,16 @@
 namespace QvFormat {
 namespace {
 
+constexpr long kShortWay = 8192; // bytes
+
 std::FILE* Open(const unsigned char* path, FileOpenType type) {
     static const char* const modes[] = {"rb", "wb", "r+b"};
     if (!path || type < FileOpenRead || type > FileOpenReadWrite)
         return nullptr;
-    return std::fopen(reinterpret_cast<const char*>(path), modes[type]);
+    std::FILE* file = std::fopen(reinterpret_cast<const char*>(path), modes[type]);
+    if (file)
+        std::fseek(file, 0, SEEK_SET); // from now on stdio tells the position without the system
+    return file;
 }
 
 // On a file open for both, C leaves a read right after a write undefined, and the reverse. A seek
@@ -82,17 +88,29 @@ QVRESULT CFileStream::Seek(long offset, SeekMode mode, long* position) {
         return QV_E_NOTREADY;
     if (mode < SeekFromBegin || mode > SeekFromEnd)
         return QV_E_INVALIDARG;
-    if (!StandsAt(offset, mode))
+    if (!ReadOnTo(offset, mode))
         std::fseek(m_pFile.get(), offset, mode);
     return Tell(position);
 }
 
-// stdio asks the system to move for every seek, also to where the file stands. A seek is left out
-// only where nothing hangs on it: it also forgets that the end was met, and turns between reading
-// and writing.
-bool CFileStream::StandsAt(long offset, SeekMode mode) const {
-    return m_nOpenType == FileOpenRead && mode == SeekFromBegin && !std::feof(m_pFile.get()) &&
-           std::ftell(m_pFile.get()) == offset;
+// stdio asks the system to move for every seek, also to where the file stands, and drops what it
+// has read ahead. So a file that is only read goes a short way on by reading.
+bool CFileStream::ReadOnTo(long offset, SeekMode mode) const {
+    std::FILE* file = m_pFile.get();
+    const long position = std::ftell(file);
+    if (m_nOpenType != FileOpenRead || mode != SeekFromBegin || position < 0 || offset < position ||
+        offset - position > kShortWay)
+        return false;
+    std::clearerr(file); // a seek forgets that the end was met
+    char passed[512];
+    auto left = static_cast<std::size_t>(offset - position);
+    while (left > 0) {
+        const std::size_t count = std::fread(passed, 1, std::min(left, sizeof passed), file);
+        if (count == 0)
+            return false;
+        left -= count;
+    }
+    return true;
 }
 
 QVRESULT CFileStream::GetCanRead(int* canRead) {

@@ -38,7 +38,7 @@ public:
     QVRESULT WriteByte(unsigned char value) override;
 
 protected:
-    UMDFORMAT_HIDDEN bool StandsAt(long offset, SeekMode mode) const;
+    UMDFORMAT_HIDDEN bool ReadOnTo(long offset, SeekMode mode) const;
 
     FilePtr m_pFile; // null: not open
     FileOpenType m_nOpenType;

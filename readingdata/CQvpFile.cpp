@@ -122,15 +122,17 @@ QVRESULT CQvpFile::Open(char const* path, int create) {
 QVRESULT CQvpFile::ReadImage(std::FILE* file, Image* image, long* size) {
     unsigned char header[QvpFormat::kHeaderSize];
     struct stat status = {};
-    if (fstat(fileno(file), &status) != 0 || status.st_size > LONG_MAX ||
-        std::fread(header, sizeof header, 1, file) != 1 || !HandleHeader(header))
+    if (fstat(fileno(file), &status) != 0 || status.st_size < QvpFormat::kHeaderSize ||
+        status.st_size > LONG_MAX || std::fread(header, sizeof header, 1, file) != 1 ||
+        !HandleHeader(header))
         return QV_E_FAIL;
     const auto count = static_cast<std::size_t>(status.st_size);
     Image bytes = NewArray<unsigned char>(count);
     if (!bytes)
         return QV_E_OUTOFMEMORY;
-    std::rewind(file);
-    if (std::fread(bytes.get(), 1, count, file) != count)
+    unsigned char* records = std::copy_n(header, sizeof header, bytes.get());
+    const std::size_t recordBytes = count - sizeof header;
+    if (std::fread(records, 1, recordBytes, file) != recordBytes)
         return QV_E_FAIL;
     *image = std::move(bytes);
     *size = static_cast<long>(count);

@@ -149,6 +149,22 @@ TEST_F(FileStreamTest, FileThatGrowsIsReadOnFromWhereItEnded) {
     EXPECT_EQ(Read(stream, 20), "abc");
 }
 
+// Short ways forward are read, all others sought.
+TEST_F(FileStreamTest, EverySeekOfAReaderArrives) {
+    std::string content(40000, ' ');
+    for (std::size_t i = 0; i < content.size(); ++i)
+        content[i] = static_cast<char>(i % 251);
+    Write(OpenFile(path.c_str(), FileOpenCreate), content);
+    const StreamPtr stream = OpenFile(path.c_str(), FileOpenRead);
+    for (const long offset :
+         {4L, 5L, 700L, 8893L, 17086L, 3L, 30000L, 39999L, 40000L, 40010L, 39990L, 41000L, 0L}) {
+        long position = -7;
+        EXPECT_EQ(stream->Seek(offset, SeekFromBegin, &position), QV_S_OK);
+        EXPECT_EQ(position, offset);
+        EXPECT_EQ(Read(stream, 2), content.substr(std::min<std::size_t>(offset, 40000), 2));
+    }
+}
+
 TEST_F(FileStreamTest, OpenTypeDecidesWhatCanBeDone) {
     const struct {
         int type, canRead, canWrite, flushed;

@@ -207,7 +207,7 @@ CUMDHandler::Step CUMDHandler::ReadChapterTable(UMDNode* node) {
     if (following != Following::DataNode)
         return following == Following::Other ? Step::GoOn : Step::Done;
     const int size = node->contentLength;
-    if (m_pChapters || size > BytesFrom(node->contentOffset))
+    if (m_pChapters || !MayHold(node->contentOffset, size))
         return Step::Failed;
     const Bytes table = Allocate(static_cast<std::size_t>(size));
     if (!table || ReadAt(node->contentOffset, table.get(), size) != size ||
@@ -245,11 +245,14 @@ CUMDHandler::Step CUMDHandler::ReadChapterTitles(UMDNode* node) {
 // Of those zeros no more are allocated than the chapters can use: the record that the file's end
 // cuts off may need kMaxTitleRecordSize, and each chapter after it one.
 bool CUMDHandler::ReadTitleBlock(const UMDNode& block) {
-    const std::int64_t held = BytesFrom(block.contentOffset);
-    if (held < 0)
-        return false;
-    const std::int64_t useful = held + UMDFormat::kMaxTitleRecordSize + m_nChapterCount;
-    const int size = static_cast<int>(std::min<std::int64_t>(block.contentLength, useful));
+    int size = block.contentLength;
+    if (size > UMDFormat::kSmallClaim) {
+        const std::int64_t held = BytesFrom(block.contentOffset);
+        if (held < 0)
+            return false;
+        size = static_cast<int>(
+            std::min<std::int64_t>(size, held + UMDFormat::kMaxTitleRecordSize + m_nChapterCount));
+    }
     const Bytes titles = AllocateText(size);
     return titles && ReadAt(block.contentOffset, titles.get(), size) >= 0 &&
            ParseTitle(titles.get(), size);
@@ -374,6 +377,12 @@ std::int64_t CUMDHandler::BytesFrom(int offset) {
     return std::max(std::int64_t{length}, std::int64_t{0}) - offset;
 }
 
+// Whether to take memory for `size` bytes that a node claims. A small claim costs less to read than
+// to doubt.
+bool CUMDHandler::MayHold(int offset, int size) {
+    return size <= UMDFormat::kSmallClaim || size <= BytesFrom(offset);
+}
+
 // --- queries ------------------------------------------------------------------------------------
 
 int CUMDHandler::GetChunkCount() {
@@ -388,7 +397,7 @@ unsigned char* CUMDHandler::GetChunkContent(int index, int* length) {
     if (!m_bReady || index < 0 || index >= m_nChunkCount)
         return nullptr;
     const ChunkEntry& chunk = m_pChunks.get()[index];
-    if (chunk.length > BytesFrom(chunk.offset))
+    if (!MayHold(chunk.offset, chunk.length))
         return nullptr;
     const Bytes compressed = Allocate(static_cast<std::size_t>(chunk.length));
     if (!compressed || ReadAt(chunk.offset, compressed.get(), chunk.length) != chunk.length)

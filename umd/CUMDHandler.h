@@ -126,6 +126,7 @@ protected:
     // Bytes that the file holds from `offset` on; negative when it ends before or its length is
     // unknown.
     UMDFORMAT_HIDDEN std::int64_t BytesFrom(int offset);
+    UMDFORMAT_HIDDEN bool MayHold(int offset, int size);
 
     int m_bReady = 0;
     std::unique_ptr<IQVSequentialStream> m_pStream;

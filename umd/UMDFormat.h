@@ -66,4 +66,7 @@ constexpr int kChunkListGrowth = 100;
 constexpr int kInflateBufferSize = 33792;
 constexpr int kInflateBufferStep = 10240;
 
+// Memory for a larger claim is taken only when the file is long enough to hold it.
+constexpr int kSmallClaim = kInflateBufferSize;
+
 } // namespace QvFormat::UMDFormat
