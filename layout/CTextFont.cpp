@@ -1,14 +1,11 @@
 #include "layout/CTextFont.h"
 
-#include <algorithm>
 #include <climits>
 #include <cstddef>
 #include <cstring>
 
-#include <ft2build.h>
-#include FT_FREETYPE_H
-
 #include "base/CUtility.h"
+#include "layout/GreyImage.h"
 
 namespace QvFormat {
 
@@ -23,10 +20,6 @@ const unsigned int kLargestSize = 0xffff;
 // The shift rounds towards minus infinity.
 int ToPixels(FT_Pos units) {
     return static_cast<int>(units >> kUnitShift);
-}
-
-int Saturated(long long value) {
-    return static_cast<int>(std::clamp<long long>(value, INT_MIN, INT_MAX));
 }
 
 // Bits of a pixel that is one grey level, 0 for a bitmap made of anything else.

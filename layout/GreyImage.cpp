@@ -7,13 +7,9 @@
 
 namespace QvFormat {
 
-namespace {
-
 int Saturated(long long value) {
     return static_cast<int>(std::clamp<long long>(value, INT_MIN, INT_MAX));
 }
-
-} // namespace
 
 bool IsDrawable(const QV_IMAGE& image) {
     return image.buffer && image.width && image.height && image.stride &&

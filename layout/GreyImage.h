@@ -8,6 +8,9 @@
 
 namespace QvFormat {
 
+// The nearest int.
+int Saturated(long long value);
+
 // Whether the image has pixels to draw into.
 bool IsDrawable(const QV_IMAGE& image);
 

@@ -118,14 +118,25 @@ int PieceLength(const char* text, int length) {
     return piece;
 }
 
-PangoLayout* LayOut(PangoLayout* style, const char* separator, const char* text, int length) {
+// The settings of all pieces, without a text.
+GObjectPtr<PangoLayout> StyleOf(PangoLayout* settings, bool continues) {
+    GObjectPtr<PangoLayout> style(pango_layout_copy(settings));
+    LimitIndent(style.get());
+    if (continues && pango_layout_get_single_paragraph_mode(settings))
+        pango_layout_set_indent(style.get(), 0);
+    pango_layout_set_text(style.get(), "", 0);
+    return style;
+}
+
+GObjectPtr<PangoLayout> LayOut(PangoLayout* style, const char* separator, const char* text,
+                               int length) {
     const std::unique_ptr<char, decltype(&g_free)> whole(
         g_strdup_printf("%s%.*s", separator, length, text), g_free);
-    PangoLayout* layout = pango_layout_copy(style);
-    pango_layout_set_text(layout, whole.get(), -1);
-    if (pango_layout_get_wrap(layout) == PANGO_WRAP_WORD_CHAR)
-        KeepClustersWhole(layout);
-    return layout;
+    GObjectPtr<PangoLayout> piece(pango_layout_copy(style));
+    pango_layout_set_text(piece.get(), whole.get(), -1);
+    if (pango_layout_get_wrap(style) == PANGO_WRAP_WORD_CHAR)
+        KeepClustersWhole(piece.get());
+    return piece;
 }
 
 // Far enough for any image, and small enough to add to.
@@ -139,35 +150,31 @@ int Clamped(long long units) {
 // paragraph's first line, so that Pango gives the lines after it no first-line indent.
 KeptLines::KeptLines(PangoLayout* settings, bool continues) {
     const char* text = pango_layout_get_text(settings);
-    const char* separator = continues && CanSeparate(settings, text) ? "\u2028" : "";
-    const int separatorLength = static_cast<int>(std::strlen(separator));
-    const int length = static_cast<int>(std::strlen(text));
+    const auto length = static_cast<int>(std::strlen(text));
     m_pPieces =
         NewArray<GObjectPtr<PangoLayout>>(static_cast<std::size_t>(length / kPieceBytes) + 1);
     if (!m_pPieces)
         return;
     const bool isOneParagraph = pango_layout_get_single_paragraph_mode(settings);
-    const GObjectPtr<PangoLayout> style(pango_layout_copy(settings));
-    LimitIndent(style.get());
-    if (continues && isOneParagraph)
-        pango_layout_set_indent(style.get(), 0);
-    pango_layout_set_text(style.get(), "", 0);
-    int lines = 0;
+    const char* separator = continues && CanSeparate(settings, text) ? "\u2028" : "";
+    const GObjectPtr<PangoLayout> style = StyleOf(settings, continues);
     int begin = 0;
     do {
         const int piece = isOneParagraph ? length : PieceLength(text + begin, length - begin);
-        m_pPieces[m_nPieces].reset(LayOut(style.get(), separator, text + begin, piece));
-        lines += pango_layout_get_line_count(m_pPieces[m_nPieces++].get());
-        separator = "";
+        m_pPieces[m_nPieces++] =
+            LayOut(style.get(), begin == 0 ? separator : "", text + begin, piece);
         begin += piece;
     } while (begin < length);
-    if (!Keep(lines, separatorLength))
+    if (!Keep(static_cast<int>(std::strlen(separator))))
         m_nCount = 0;
 }
 
 // The line of the separator is none of the text's, nor is the empty one that Pango adds after the
 // last separator of a piece.
-bool KeptLines::Keep(int lines, int separator) {
+bool KeptLines::Keep(int separator) {
+    int lines = 0;
+    for (int i = 0; i < m_nPieces; ++i)
+        lines += pango_layout_get_line_count(m_pPieces[i].get());
     m_pLines = NewArray<Line>(static_cast<std::size_t>(lines));
     if (!m_pLines)
         return false;

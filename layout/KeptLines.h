@@ -34,7 +34,7 @@ private:
         int x; // of its left end, in Pango units
     };
 
-    bool Keep(int lines, int separator);
+    bool Keep(int separator);
     bool KeepPiece(PangoLayout* piece, int offset);
 
     OwnedArray<GObjectPtr<PangoLayout>> m_pPieces; // never changed: Pango would drop their lines

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "base/Handles.h"
+#include "base/OwnedArray.h"
 #include "layout/CPangoLayout.h"
 #include "layout/LayoutRegistry.h"
 #include "layout/PageCutter.h"
@@ -42,7 +43,7 @@ std::optional<PageCutter> EmptyScreen(ITextLayout* layout) {
 
 // --- the object ---------------------------------------------------------------------------------
 
-CUMDRenderImpl::CUMDRenderImpl() : m_pBlockOffsets(new (std::nothrow) int[kMostBlocks + 1]) {}
+CUMDRenderImpl::CUMDRenderImpl() : m_pBlockOffsets(NewArray<int>(kMostBlocks + 1)) {}
 
 CUMDRenderImpl::~CUMDRenderImpl() {
     WirteQvp();
@@ -127,12 +128,9 @@ void CUMDRenderImpl::SetFontName(std::unique_ptr<char[]>& field, char const* nam
         return;
     if (field && std::strcmp(field.get(), name) == 0)
         return;
-    const std::size_t size = std::strlen(name) + 1;
-    field.reset(new (std::nothrow) char[size]);
-    if (!field)
-        return;
-    std::memcpy(field.get(), name, size);
-    m_bFontChanged = 1;
+    field = CopyString(name);
+    if (field)
+        m_bFontChanged = 1;
 }
 
 int CUMDRenderImpl::SetFontDescription() {
@@ -208,7 +206,7 @@ int CUMDRenderImpl::CreatUmdNodeIndexList() {
         return 0;
     const int count = m_pUmdHandler->GetChunkCount();
     if (!m_pChunkOffsets)
-        m_pChunkOffsets.reset(new (std::nothrow) int[static_cast<std::size_t>(count) + 1]());
+        m_pChunkOffsets = NewArray<int>(static_cast<std::size_t>(count) + 1);
     if (!m_pChunkOffsets)
         return 0;
     for (int chunk = 0; chunk < count; ++chunk) {
