@@ -44,12 +44,6 @@ int KnownOrZero(int value, int last) {
 
 // Properties of the Pango layout; an inert object has none.
 template<typename Value>
-void Set(const GObjectPtr<PangoLayout>& layout, void (*setter)(PangoLayout*, Value), int value) {
-    if (layout)
-        setter(layout.get(), static_cast<Value>(value));
-}
-
-template<typename Value>
 int Get(const GObjectPtr<PangoLayout>& layout, Value (*getter)(PangoLayout*)) {
     return layout ? getter(layout.get()) : 0;
 }
@@ -109,6 +103,13 @@ CPangoLayout::~CPangoLayout() {
 
 // --- properties ---------------------------------------------------------------------------------
 
+template<typename Value>
+void CPangoLayout::Set(void (*setter)(PangoLayout*, Value), int value) {
+    if (m_pLayout)
+        setter(m_pLayout.get(), static_cast<Value>(value));
+    ClearPages();
+}
+
 void CPangoLayout::SetLayoutRect(unsigned int width, unsigned int height) {
     if (!m_pLayout || !width || !height)
         return;
@@ -160,18 +161,15 @@ void CPangoLayout::SetFontDescription(const char* description) {
 }
 
 void CPangoLayout::SetWrap(QVLayoutWrapMode wrap) {
-    Set(m_pLayout, pango_layout_set_wrap, KnownOrZero(wrap, QVLayoutWrapWordChar));
-    ClearPages();
+    Set(pango_layout_set_wrap, KnownOrZero(wrap, QVLayoutWrapWordChar));
 }
 
 void CPangoLayout::SetEllipsize(QVLayoutEllipsizeMode ellipsize) {
-    Set(m_pLayout, pango_layout_set_ellipsize, KnownOrZero(ellipsize, QVLayoutEllipsizeEnd));
-    ClearPages();
+    Set(pango_layout_set_ellipsize, KnownOrZero(ellipsize, QVLayoutEllipsizeEnd));
 }
 
 void CPangoLayout::SetAlignment(QVLayoutAlignment alignment) {
-    Set(m_pLayout, pango_layout_set_alignment, KnownOrZero(alignment, QVLayoutAlignRight));
-    ClearPages();
+    Set(pango_layout_set_alignment, KnownOrZero(alignment, QVLayoutAlignRight));
 }
 
 int CPangoLayout::GetWrap(QVLayoutWrapMode* wrap) {
@@ -190,8 +188,7 @@ int CPangoLayout::GetAlignment(QVLayoutAlignment* alignment) {
 }
 
 void CPangoLayout::SetIndent(int pixels) {
-    Set(m_pLayout, pango_layout_set_indent, ToPangoUnits(pixels));
-    ClearPages();
+    Set(pango_layout_set_indent, ToPangoUnits(pixels));
 }
 
 int CPangoLayout::GetIndent(int* pixels) {
@@ -199,8 +196,7 @@ int CPangoLayout::GetIndent(int* pixels) {
 }
 
 void CPangoLayout::SetLineSpacing(unsigned int pixels) {
-    Set(m_pLayout, pango_layout_set_spacing, ToPangoUnits(pixels));
-    ClearPages();
+    Set(pango_layout_set_spacing, ToPangoUnits(pixels));
 }
 
 int CPangoLayout::GetLineSpacing(unsigned int* pixels) {
@@ -208,13 +204,11 @@ int CPangoLayout::GetLineSpacing(unsigned int* pixels) {
 }
 
 void CPangoLayout::SetJustify(int justify) {
-    Set(m_pLayout, pango_layout_set_justify, justify);
-    ClearPages();
+    Set(pango_layout_set_justify, justify);
 }
 
 void CPangoLayout::SetSingleParagraphMode(int single) {
-    Set(m_pLayout, pango_layout_set_single_paragraph_mode, single);
-    ClearPages();
+    Set(pango_layout_set_single_paragraph_mode, single);
 }
 
 int CPangoLayout::GetJustify(int* justify) {

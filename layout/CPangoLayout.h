@@ -81,6 +81,9 @@ public:
     int DrawTarget(QV_IMAGE image, int x, int y);
 
 protected:
+    template<typename Value>
+    UMDFORMAT_HIDDEN void Set(void (*setter)(PangoLayout*, Value), int value);
+
     unsigned int m_nLayoutWidth;
     unsigned int m_nLayoutHeight;
     unsigned int m_nPageCount = 0;
