@@ -15,10 +15,7 @@ std::FILE* Open(const unsigned char* path, FileOpenType type) {
     static const char* const modes[] = {"rb", "wb", "r+b"};
     if (!path || type < FileOpenRead || type > FileOpenReadWrite)
         return nullptr;
-    std::FILE* file = std::fopen(reinterpret_cast<const char*>(path), modes[type]);
-    if (file)
-        std::fseek(file, 0, SEEK_SET); // from now on stdio tells the position without the system
-    return file;
+    return std::fopen(reinterpret_cast<const char*>(path), modes[type]);
 }
 
 // On a file open for both, C leaves a read right after a write undefined, and the reverse. A seek
@@ -97,9 +94,12 @@ QVRESULT CFileStream::Seek(long offset, SeekMode mode, long* position) {
 // has read ahead. So a file that is only read goes a short way on by reading.
 bool CFileStream::ReadOnTo(long offset, SeekMode mode) const {
     std::FILE* file = m_pFile.get();
+    if (m_nOpenType != FileOpenRead || mode != SeekFromBegin)
+        return false;
+    if (__fbufsize(file) == 0)         // nothing was done yet
+        std::fseek(file, 0, SEEK_SET); // from now on stdio tells the position without the system
     const long position = std::ftell(file);
-    if (m_nOpenType != FileOpenRead || mode != SeekFromBegin || position < 0 || offset < position ||
-        offset - position > kShortWay)
+    if (position < 0 || offset < position || offset - position > kShortWay)
         return false;
     std::clearerr(file); // a seek forgets that the end was met
     char passed[512];
