@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "IBookInfoEntity.h"
+#include "QvAnnotationType.h"
 
 namespace QvFormat::QvpFormat {
 
@@ -82,6 +83,14 @@ constexpr unsigned int kPositionSize = 8; // block index, offset
 constexpr unsigned int kRangeSize = 12;   // and a length
 constexpr unsigned int kCommentSize = 13; // and the NUL of an empty comment
 constexpr unsigned int kBookmarkTypeSize = 1;
+
+// The bytes of an annotation's data, for a comment those of an empty one. Types above 2 are checked
+// as comments.
+constexpr unsigned int LeastAnnotationSize(QvAnnotationType type) {
+    if (type == QvAnnotationPosition)
+        return kPositionSize;
+    return type == QvAnnotationRange ? kRangeSize : kCommentSize;
+}
 
 // Room for 56 positions, 39 ranges, or comments of 494 bytes together. A longer comment gets a
 // longer record.
