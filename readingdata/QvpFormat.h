@@ -45,21 +45,12 @@ constexpr unsigned int kBookSourceSize = 1;
 constexpr unsigned int kReadingProgressSize = 4;
 constexpr unsigned int kIsSerializedSize = 1;
 
-// Where this library puts the fields. Readers find them by walking the capacities.
-constexpr unsigned int kBookNameAt = 0;
-constexpr unsigned int kAuthorNameAt = kBookNameAt + kSlotHeaderSize + kNameCapacity;
-constexpr unsigned int kCoverPagePathAt = kAuthorNameAt + kSlotHeaderSize + kNameCapacity;
-constexpr unsigned int kPublisherNameAt = kCoverPagePathAt + kSlotHeaderSize + kPathCapacity;
-constexpr unsigned int kISBNAt = kPublisherNameAt + kSlotHeaderSize + kNameCapacity;
-constexpr unsigned int kSummaryAt = kISBNAt + kSlotHeaderSize + kISBNCapacity;
-constexpr unsigned int kBookSourceAt = kSummaryAt + kSlotHeaderSize + kSummaryCapacity;
-constexpr unsigned int kReadingProgressAt = kBookSourceAt + kBookSourceSize;
-constexpr unsigned int kReadingBookmarkAt = kReadingProgressAt + kReadingProgressSize;
-constexpr unsigned int kIsSerializedAt = kReadingBookmarkAt + kSlotHeaderSize + kBookmarkCapacity;
-constexpr unsigned int kLatestSectionAt = kIsSerializedAt + kIsSerializedSize;
-constexpr unsigned int kBookInfoLength = kLatestSectionAt + kSlotHeaderSize + kPathCapacity;
+// Of a new record. Readers find its fields by walking the capacities.
+constexpr unsigned int kBookInfoLength =
+    8 * kSlotHeaderSize + 3 * kNameCapacity + 2 * kPathCapacity + kISBNCapacity + kSummaryCapacity +
+    kBookmarkCapacity + kBookSourceSize + kReadingProgressSize + kIsSerializedSize;
 
-static_assert(kBookSourceAt == 2260 && kReadingBookmarkAt == 2265 && kBookInfoLength == 2806);
+static_assert(kBookInfoLength == 2806);
 
 // --- lists: every record begins with the number of entries in it --------------------------------
 
