@@ -3,7 +3,6 @@
 
 #include <cstdint>
 
-#include "IBookInfoEntity.h"
 #include "QvAnnotationType.h"
 
 namespace QvFormat::QvpFormat {
@@ -28,8 +27,6 @@ constexpr int kRecordLengthAt = 5;
 // More dead data bytes than this make a flush compact the file: about two book-information records,
 // little against the smallest file system block that a compaction costs.
 constexpr std::uint32_t kMaxFreeData = 5120;
-
-using QvFormat::kCommonFileId;
 
 // --- book information: slots of a capacity (4 bytes) and that many bytes ------------------------
 
