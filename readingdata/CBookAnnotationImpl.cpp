@@ -15,13 +15,6 @@ constexpr unsigned int kOffsetAt = 4;
 constexpr unsigned int kLengthAt = QvpFormat::kPositionSize;
 constexpr unsigned int kCommentAt = QvpFormat::kRangeSize;
 
-// The bytes that an annotation without comment takes; types above 2 are checked as comments.
-unsigned int LeastSize(QvAnnotationType type) {
-    if (type == QvAnnotationPosition)
-        return QvpFormat::kPositionSize;
-    return type == QvAnnotationRange ? QvpFormat::kRangeSize : QvpFormat::kCommentSize;
-}
-
 template<typename T>
 QVRESULT Give(T value, T* out) {
     if (!out)
@@ -38,8 +31,10 @@ CBookAnnotationImpl::CBookAnnotationImpl(QvAnnotationType type) : m_eAnnotationT
 
 CBookAnnotationImpl::~CBookAnnotationImpl() = default;
 
-std::size_t CBookAnnotationImpl::CommentLength() const {
-    return m_pszComment ? std::strlen(m_pszComment.get()) : 0;
+const char* CBookAnnotationImpl::StoredComment() const {
+    const bool isStored =
+        QvpFormat::LeastAnnotationSize(m_eAnnotationType) == QvpFormat::kCommentSize;
+    return isStored && m_pszComment ? m_pszComment.get() : "";
 }
 
 QVRESULT CBookAnnotationImpl::GetAnnotationType(QvAnnotationType* type) {
@@ -55,8 +50,8 @@ QVRESULT CBookAnnotationImpl::GetDataSize(unsigned int* size) {
         return QV_E_INVALIDARG;
     if (m_eAnnotationType < QvAnnotationPosition || m_eAnnotationType > QvAnnotationComment)
         return QV_E_FAIL;
-    const std::size_t comment = m_eAnnotationType == QvAnnotationComment ? CommentLength() : 0;
-    const unsigned int least = LeastSize(m_eAnnotationType);
+    const unsigned int least = QvpFormat::LeastAnnotationSize(m_eAnnotationType);
+    const std::size_t comment = std::strlen(StoredComment());
     if (comment > UINT_MAX - least)
         return QV_E_FAIL;
     *size = least + static_cast<unsigned int>(comment);
@@ -108,7 +103,7 @@ QVRESULT CBookAnnotationImpl::SetComment(char* comment) {
 }
 
 QVRESULT CBookAnnotationImpl::ReadData(unsigned char const* buffer, unsigned int size) {
-    if (!buffer || size < LeastSize(m_eAnnotationType))
+    if (!buffer || size < QvpFormat::LeastAnnotationSize(m_eAnnotationType))
         return QV_E_INVALIDARG;
     m_nBlockIndex = LoadLE32(buffer);
     m_nOffset = LoadLE32(buffer + kOffsetAt);
@@ -118,31 +113,24 @@ QVRESULT CBookAnnotationImpl::ReadData(unsigned char const* buffer, unsigned int
     if (m_eAnnotationType == QvAnnotationRange)
         return QV_S_OK;
     const auto* text = reinterpret_cast<const char*>(buffer + kCommentAt);
-    const auto* end = static_cast<const char*>(std::memchr(text, 0, size - kCommentAt));
-    if (!end)
+    const std::size_t length = strnlen(text, size - kCommentAt);
+    if (length == size - kCommentAt)
         return QV_E_INVALIDARG;
-    m_pszComment = CopyString(text, static_cast<std::size_t>(end - text));
+    m_pszComment = CopyString(text, length);
     return m_pszComment ? QV_S_OK : QV_E_OUTOFMEMORY;
 }
 
 QVRESULT CBookAnnotationImpl::WriteData(unsigned char* buffer, unsigned int size) {
-    const unsigned int least = LeastSize(m_eAnnotationType);
-    if (!buffer || size < least)
-        return QV_E_INVALIDARG;
-    const bool isComment =
-        m_eAnnotationType != QvAnnotationPosition && m_eAnnotationType != QvAnnotationRange;
-    const std::size_t length = CommentLength();
-    if (isComment && length > size - least)
+    const unsigned int least = QvpFormat::LeastAnnotationSize(m_eAnnotationType);
+    const std::size_t comment = std::strlen(StoredComment());
+    if (!buffer || size < least || size - least < comment)
         return QV_E_INVALIDARG;
     StoreLE32(buffer, m_nBlockIndex);
     StoreLE32(buffer + kOffsetAt, m_nOffset);
-    if (m_eAnnotationType != QvAnnotationPosition)
+    if (least > QvpFormat::kPositionSize)
         StoreLE32(buffer + kLengthAt, m_nLength);
-    if (isComment) {
-        if (length != 0)
-            std::memcpy(buffer + kCommentAt, m_pszComment.get(), length);
-        buffer[kCommentAt + length] = '\0';
-    }
+    if (least == QvpFormat::kCommentSize)
+        std::memcpy(buffer + kCommentAt, StoredComment(), comment + 1);
     return QV_S_OK;
 }
 

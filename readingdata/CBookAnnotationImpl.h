@@ -43,7 +43,8 @@ private:
     // For the elements of an array, which the list proxy makes and gives their type.
     friend class CBookAnnotationListProxy;
     UMDFORMAT_HIDDEN CBookAnnotationImpl();
-    UMDFORMAT_HIDDEN std::size_t CommentLength() const;
+    // The comment as far as the type has one; "" for none.
+    UMDFORMAT_HIDDEN const char* StoredComment() const;
 };
 
 static_assert(sizeof(void*) != 4 || sizeof(CBookAnnotationImpl) == 24);

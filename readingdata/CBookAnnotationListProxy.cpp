@@ -23,29 +23,27 @@ QvAnnotationType AnnotationTypeOf(QvpNodeType type) {
 
 // Bytes that an entry takes in a record, for a comment those of an empty one.
 unsigned int LeastEntrySize(QvpNodeType type) {
-    if (type == QvpNodePositionAnnotations)
-        return QvpFormat::kBookmarkTypeSize + QvpFormat::kPositionSize;
-    return QvpFormat::kBookmarkTypeSize +
-           (type == QvpNodeRangeAnnotations ? QvpFormat::kRangeSize : QvpFormat::kCommentSize);
+    return QvpFormat::kBookmarkTypeSize + QvpFormat::LeastAnnotationSize(AnnotationTypeOf(type));
 }
 
-// Bytes of the entry at `entry`; 0 when it does not end within the `left` bytes.
-unsigned int EntrySize(QvpNodeType type, const unsigned char* entry, unsigned int left) {
-    const unsigned int least = LeastEntrySize(type);
-    if (left < least)
-        return 0;
-    if (type != QvpNodeCommentAnnotations)
-        return least;
-    const unsigned char* comment = entry + least - 1;
-    const void* end = std::memchr(comment, 0, left - (least - 1));
-    return end ? least + static_cast<unsigned int>(static_cast<const unsigned char*>(end) - comment)
-               : 0;
+// Bytes of the entry at `entry`; 0 when it does not end before `end`.
+unsigned int EntrySize(QvpNodeType type, const unsigned char* entry, const unsigned char* end) {
+    const auto left = static_cast<std::size_t>(end - entry);
+    std::size_t size = LeastEntrySize(type);
+    if (type == QvpNodeCommentAnnotations && size <= left)
+        size += strnlen(reinterpret_cast<const char*>(entry) + size - 1, left - size + 1);
+    return size <= left ? static_cast<unsigned int>(size) : 0;
 }
 
-// The array's stride is CBookAnnotationImpl's; a single annotation may be of any class.
-IBookAnnotation* ElementAt(IBookAnnotation* list, unsigned int i) {
-    return i == 0 ? list : static_cast<CBookAnnotationImpl*>(list) + i;
-}
+// The annotations of a list that is being written. The array's stride is CBookAnnotationImpl's; a
+// single annotation may be of any class.
+struct Annotations {
+    IBookAnnotation* pFirst;
+
+    IBookAnnotation* operator[](unsigned int i) const {
+        return i == 0 ? pFirst : static_cast<CBookAnnotationImpl*>(pFirst) + i;
+    }
+};
 
 bool IsStorable(IBookAnnotation* annotation, QvAnnotationType expected) {
     QvAnnotationType type = {};
@@ -54,59 +52,11 @@ bool IsStorable(IBookAnnotation* annotation, QvAnnotationType expected) {
            annotation->GetDataSize(&size) == QV_S_OK && size <= kMaxDataSize;
 }
 
-class AnnotationEntries {
-public:
-    AnnotationEntries(IBookAnnotation* list, unsigned int count, QvAnnotationType type)
-        : m_pList(list), m_nCount(count), m_eType(type) {}
-
-    bool Done() const { return m_nNext == m_nCount; }
-
-    // What the next annotation takes in a record.
-    unsigned int NextSize() const {
-        unsigned int size = 0;
-        ElementAt(m_pList, m_nNext)->GetDataSize(&size);
-        return QvpFormat::kBookmarkTypeSize + size;
-    }
-
-    std::uint32_t Fill(unsigned char* data, std::uint32_t length) {
-        const unsigned int first = m_nNext;
-        std::uint32_t position = QvpFormat::kCountSize;
-        for (; !Done(); ++m_nNext) {
-            const unsigned int size = NextSize();
-            if (size > length - position ||
-                !CBookAnnotationHelper::SaveAnnotationToBuffer(ElementAt(m_pList, m_nNext), m_eType,
-                                                               data + position, size))
-                break;
-            position += size;
-        }
-        return m_nNext - first;
-    }
-
-private:
-    IBookAnnotation* m_pList;
-    unsigned int m_nCount;
-    QvAnnotationType m_eType;
-    unsigned int m_nNext = 0;
-};
-
-// Decodes one record after the `*count` annotations in `list`.
-QVRESULT ReadRecord(const Qvp_Node* node, CBookAnnotationImpl* list, unsigned int* count) {
-    unsigned int position = QvpFormat::kCountSize;
-    for (std::uint32_t held = LoadLE32(node->pData); held != 0; --held) {
-        const unsigned char* entry = node->pData + position;
-        const unsigned int size = EntrySize(node->nType, entry, node->nLength - position);
-        if (size == 0)
-            return QV_S_OK;
-        position += size;
-        if (entry[0] != QvBookmarkDefault)
-            continue;
-        const QVRESULT result = list[*count].ReadData(entry + QvpFormat::kBookmarkTypeSize,
-                                                      size - QvpFormat::kBookmarkTypeSize);
-        if (result != QV_S_OK)
-            return result;
-        ++*count;
-    }
-    return QV_S_OK;
+// What an annotation takes in a record.
+unsigned int SizeInRecord(IBookAnnotation* annotation) {
+    unsigned int size = 0;
+    annotation->GetDataSize(&size);
+    return QvpFormat::kBookmarkTypeSize + size;
 }
 
 } // namespace
@@ -130,32 +80,43 @@ CBookAnnotationImpl* CBookAnnotationListProxy::NewList(QvAnnotationType type, un
 QVRESULT CBookAnnotationListProxy::WriteAnnotationList(QvpNodeType type, IBookAnnotation* list,
                                                        unsigned int count) {
     const QvAnnotationType annotationType = AnnotationTypeOf(type);
+    const Annotations annotations = {list};
     for (unsigned int i = 0; i < count; ++i) {
-        if (!IsStorable(ElementAt(list, i), annotationType))
+        if (!IsStorable(annotations[i], annotationType))
             return QV_E_INVALIDARG;
     }
-    AnnotationEntries remaining(list, count, annotationType);
-    return ReplaceRecords(m_pFile, type, m_nFileId, &ListOf(type), &remaining, [&, this] {
-        const unsigned int length = QvpFormat::kCountSize + remaining.NextSize();
+    const auto store = [=](IBookAnnotation* annotation, unsigned char* bytes, unsigned int room) {
+        const unsigned int size = SizeInRecord(annotation);
+        if (size > room ||
+            !CBookAnnotationHelper::SaveAnnotationToBuffer(annotation, annotationType, bytes, size))
+            return 0u;
+        return size;
+    };
+    const auto create = [=](IBookAnnotation* first) {
+        const unsigned int length = QvpFormat::kCountSize + SizeInRecord(first);
         return NewQvpNode(type, m_nFileId, std::max(QvpFormat::kAnnotationRecordLength, length))
             .release();
-    });
+    };
+    return ReplaceRecords(m_pFile, type, m_nFileId, &ListOf(type), annotations, count, store,
+                          create);
 }
 
 QVRESULT CBookAnnotationListProxy::ReadAnnotationList(QvpNodeType type, IBookAnnotation** list,
                                                       unsigned int* count) {
     const unsigned int total = CountEntries(ListOf(type), type, LeastEntrySize(type));
     OwnedArray<CBookAnnotationImpl> annotations(NewList(AnnotationTypeOf(type), total));
-    if (!annotations)
-        return QV_E_OUTOFMEMORY;
     unsigned int delivered = 0;
-    QVRESULT result = QV_S_OK;
-    ForEachInUse(ListOf(type), type, [&](const Qvp_Node* node) {
-        result = ReadRecord(node, annotations.get(), &delivered);
-        return result == QV_S_OK;
-    });
-    if (result != QV_S_OK)
-        return result;
+    const auto read = [&](const unsigned char** next, const unsigned char* end) {
+        const unsigned char* entry = *next;
+        const unsigned int size = EntrySize(type, entry, end);
+        *next = size == 0 ? end : entry + size;
+        if (size == 0 || entry[0] != QvBookmarkDefault)
+            return true;
+        return annotations[delivered++].ReadData(entry + QvpFormat::kBookmarkTypeSize,
+                                                 size - QvpFormat::kBookmarkTypeSize) == QV_S_OK;
+    };
+    if (!annotations || !ForEachEntry(ListOf(type), type, read))
+        return QV_E_OUTOFMEMORY;
     if (count)
         *count = delivered;
     if (delivered != 0)

@@ -10,15 +10,9 @@ CBookAnnotationProxyBase::CBookAnnotationProxyBase(CQvpFile* file, unsigned int 
 CBookAnnotationProxyBase::~CBookAnnotationProxyBase() = default;
 
 QvpNodeType CBookAnnotationProxyBase::RecordTypeOf(QvAnnotationType type) {
-    switch (type) {
-    case QvAnnotationPosition:
-        return QvpNodePositionAnnotations;
-    case QvAnnotationRange:
-        return QvpNodeRangeAnnotations;
-    case QvAnnotationComment:
-        return QvpNodeCommentAnnotations;
-    }
-    return QvpNodeFree;
+    if (type < QvAnnotationPosition || type > QvAnnotationComment)
+        return QvpNodeFree;
+    return static_cast<QvpNodeType>(QvpNodePositionAnnotations + type);
 }
 
 Qvp_Node*& CBookAnnotationProxyBase::ListOf(QvpNodeType type) {

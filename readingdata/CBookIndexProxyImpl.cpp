@@ -1,7 +1,5 @@
 #include "readingdata/CBookIndexProxyImpl.h"
 
-#include <algorithm>
-
 #include "base/OwnedArray.h"
 #include "readingdata/QvpRecordList.h"
 
@@ -9,20 +7,12 @@ namespace QvFormat {
 
 namespace {
 
-unsigned char* EntryAt(unsigned char* data, std::uint32_t i) {
-    return data + QvpFormat::kCountSize + std::size_t{QvpFormat::kIndexEntrySize} * i;
+std::uint32_t StoreEntry(int entry, unsigned char* bytes, std::uint32_t room) {
+    if (room < QvpFormat::kIndexEntrySize)
+        return 0;
+    StoreLE32(bytes, static_cast<std::uint32_t>(entry));
+    return QvpFormat::kIndexEntrySize;
 }
-
-struct IndexEntries : Entries<int> {
-    std::uint32_t Fill(unsigned char* data, std::uint32_t length) {
-        const std::uint32_t count =
-            std::min(nLeft, RecordCapacity(length, QvpFormat::kIndexEntrySize));
-        for (std::uint32_t i = 0; i < count; ++i)
-            StoreLE32(EntryAt(data, i), static_cast<std::uint32_t>(*pNext++));
-        nLeft -= count;
-        return count;
-    }
-};
 
 } // namespace
 
@@ -43,9 +33,8 @@ QVRESULT CBookIndexProxyImpl::SetIndexList(int* entries, unsigned int count) {
     const QVRESULT refused = CheckProxy(m_pFile, entries || count == 0);
     if (refused != QV_S_OK)
         return refused;
-    IndexEntries remaining{{entries, count}};
-    return ReplaceRecords(m_pFile, QvpNodeIndexList, m_nFileId, &m_pList, &remaining,
-                          [this] { return CreateQvpNode(); });
+    return ReplaceRecords(m_pFile, QvpNodeIndexList, m_nFileId, &m_pList, entries, count,
+                          StoreEntry, [this](int) { return CreateQvpNode(); });
 }
 
 QVRESULT CBookIndexProxyImpl::GetIndexList(int** entries, unsigned int* count) {
@@ -63,10 +52,9 @@ QVRESULT CBookIndexProxyImpl::GetIndexList(int** entries, unsigned int* count) {
     if (!list)
         return QV_E_OUTOFMEMORY;
     int* next = list.get();
-    ForEachInUse(m_pList, QvpNodeIndexList, [&next](const Qvp_Node* node) {
-        const std::uint32_t held = LoadLE32(node->pData);
-        for (std::uint32_t i = 0; i < held; ++i)
-            *next++ = static_cast<int>(LoadLE32(EntryAt(node->pData, i)));
+    ForEachEntry(m_pList, QvpNodeIndexList, [&next](const unsigned char** entry, const void*) {
+        *next++ = static_cast<int>(LoadLE32(*entry));
+        *entry += QvpFormat::kIndexEntrySize;
         return true;
     });
     *entries = list.release();

@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
-#include <memory>
 
-#include "IBookAnnotation.h"
 #include "base/ByteReader.h"
 #include "base/OwnedArray.h"
 #include "readingdata/CBookAnnotationHelper.h"
@@ -14,25 +12,19 @@
 
 namespace QvFormat {
 
-namespace {
-
-struct NewSlot {
-    unsigned int offset;
-    unsigned int capacity;
+// In the order in which they follow each other.
+const CBookInfoProxyImpl::Slot CBookInfoProxyImpl::kSlots[] = {
+    {0, QvpFormat::kNameCapacity, &CBookInfoProxyImpl::m_nBookNameOffset},
+    {0, QvpFormat::kNameCapacity, &CBookInfoProxyImpl::m_nAuthorNameOffset},
+    {0, QvpFormat::kPathCapacity, &CBookInfoProxyImpl::m_nCoverPagePathOffset},
+    {0, QvpFormat::kNameCapacity, &CBookInfoProxyImpl::m_nPublisherNameOffset},
+    {0, QvpFormat::kISBNCapacity, &CBookInfoProxyImpl::m_nISBNOffset},
+    {0, QvpFormat::kSummaryCapacity, &CBookInfoProxyImpl::m_nSummaryOffset},
+    {QvpFormat::kBookSourceSize + QvpFormat::kReadingProgressSize, QvpFormat::kBookmarkCapacity,
+     &CBookInfoProxyImpl::m_nReadingBookmarkOffset},
+    {QvpFormat::kIsSerializedSize, QvpFormat::kPathCapacity,
+     &CBookInfoProxyImpl::m_nLatestSectionOffset},
 };
-
-constexpr NewSlot kNewSlots[] = {
-    {QvpFormat::kBookNameAt, QvpFormat::kNameCapacity},
-    {QvpFormat::kAuthorNameAt, QvpFormat::kNameCapacity},
-    {QvpFormat::kCoverPagePathAt, QvpFormat::kPathCapacity},
-    {QvpFormat::kPublisherNameAt, QvpFormat::kNameCapacity},
-    {QvpFormat::kISBNAt, QvpFormat::kISBNCapacity},
-    {QvpFormat::kSummaryAt, QvpFormat::kSummaryCapacity},
-    {QvpFormat::kReadingBookmarkAt, QvpFormat::kBookmarkCapacity},
-    {QvpFormat::kLatestSectionAt, QvpFormat::kPathCapacity},
-};
-
-} // namespace
 
 CBookInfoProxyImpl::CBookInfoProxyImpl(CQvpFile* file, unsigned int fileId)
     : m_pFile(file), m_nFileId(fileId) {}
@@ -52,22 +44,15 @@ int CBookInfoProxyImpl::ParseDataNode() {
     const unsigned char* data = m_pNode->pData;
     const unsigned int length = std::min(m_pNode->nLength, INT_MAX - QvpFormat::kBookInfoLength);
     int position = 0;
-    unsigned int* const strings[] = {&m_nBookNameOffset,      &m_nAuthorNameOffset,
-                                     &m_nCoverPagePathOffset, &m_nPublisherNameOffset,
-                                     &m_nISBNOffset,          &m_nSummaryOffset};
-    for (unsigned int* slotOffset : strings) {
-        if (!ProcessRawBlock(data, length, &position, slotOffset))
+    for (const Slot& slot : kSlots) {
+        position += static_cast<int>(slot.gap);
+        if (!ProcessRawBlock(data, length, &position, &(this->*slot.offset)))
             return 0;
     }
-    m_nBookSourceOffset = static_cast<unsigned int>(position);
-    m_nReadingProgressOffset = m_nBookSourceOffset + QvpFormat::kBookSourceSize;
-    constexpr int fixed = QvpFormat::kBookSourceSize + QvpFormat::kReadingProgressSize;
-    position += fixed;
-    if (!ProcessRawBlock(data, length, &position, &m_nReadingBookmarkOffset))
-        return 0;
-    m_nIsSerializedOffset = static_cast<unsigned int>(position);
-    position += QvpFormat::kIsSerializedSize;
-    return ProcessRawBlock(data, length, &position, &m_nLatestSectionOffset);
+    m_nReadingProgressOffset = m_nReadingBookmarkOffset - QvpFormat::kReadingProgressSize;
+    m_nBookSourceOffset = m_nReadingProgressOffset - QvpFormat::kBookSourceSize;
+    m_nIsSerializedOffset = m_nLatestSectionOffset - QvpFormat::kIsSerializedSize;
+    return 1;
 }
 
 int CBookInfoProxyImpl::ProcessRawBlock(unsigned char const* data, unsigned int length,
@@ -86,8 +71,11 @@ Qvp_Node* CBookInfoProxyImpl::CreateQvpNode() {
     QvpNodePtr node = NewQvpNode(QvpNodeBookInfo, m_nFileId, QvpFormat::kBookInfoLength);
     if (!node)
         return nullptr;
-    for (const NewSlot& slot : kNewSlots)
-        StoreLE32(node->pData + slot.offset, slot.capacity);
+    unsigned char* field = node->pData;
+    for (const Slot& slot : kSlots) {
+        StoreLE32(field + slot.gap, slot.capacity);
+        field += slot.gap + QvpFormat::kSlotHeaderSize + slot.capacity;
+    }
     return node.release();
 }
 
@@ -105,8 +93,7 @@ int CBookInfoProxyImpl::InitializeAttachedDataNode(int readOnly) {
     return m_bParsed;
 }
 
-QVRESULT CBookInfoProxyImpl::Prepare(bool bArguments, int readOnly) {
-    const QVRESULT refused = CheckProxy(m_pFile, bArguments);
+QVRESULT CBookInfoProxyImpl::Prepare(QVRESULT refused, int readOnly) {
     if (refused != QV_S_OK)
         return refused;
     const int ready = m_pNode ? m_bParsed : InitializeAttachedDataNode(readOnly);
@@ -114,7 +101,7 @@ QVRESULT CBookInfoProxyImpl::Prepare(bool bArguments, int readOnly) {
 }
 
 QVRESULT CBookInfoProxyImpl::PrepareSet() {
-    const QVRESULT result = Prepare(true, 0);
+    const QVRESULT result = Prepare(CheckProxy(m_pFile, true), 0);
     if (result == QV_S_OK)
         m_pNode->bModified = 1;
     return result;
@@ -123,13 +110,12 @@ QVRESULT CBookInfoProxyImpl::PrepareSet() {
 // --- strings ------------------------------------------------------------------------------------
 
 QVRESULT CBookInfoProxyImpl::GetString(Offset slot, char** out) {
-    const QVRESULT refused = CheckProxy(m_pFile, out);
-    const QVRESULT result = refused == QV_S_OK ? Prepare(true, 1) : refused;
+    const QVRESULT result = Prepare(CheckProxy(m_pFile, out), 1);
     return result == QV_S_OK ? ReadData(this->*slot, out) : result;
 }
 
 QVRESULT CBookInfoProxyImpl::SetString(Offset slot, char const* text, unsigned int length) {
-    const QVRESULT result = Prepare(text, 0);
+    const QVRESULT result = Prepare(CheckProxy(m_pFile, text != nullptr), 0);
     return result == QV_S_OK ? WriteData(this->*slot, text, length) : result;
 }
 
@@ -220,21 +206,21 @@ QVRESULT CBookInfoProxyImpl::SetSummary(char const* summary, unsigned int length
 // --- numbers ------------------------------------------------------------------------------------
 
 QVRESULT CBookInfoProxyImpl::GetBookSource(QvBookSource* source) {
-    const QVRESULT result = Prepare(source, 1);
+    const QVRESULT result = Prepare(CheckProxy(m_pFile, source != nullptr), 1);
     if (result == QV_S_OK)
         *source = static_cast<QvBookSource>(*Field(m_nBookSourceOffset));
     return result;
 }
 
 QVRESULT CBookInfoProxyImpl::GetReadingProgress(unsigned int* progress) {
-    const QVRESULT result = Prepare(progress, 1);
+    const QVRESULT result = Prepare(CheckProxy(m_pFile, progress != nullptr), 1);
     if (result == QV_S_OK)
         *progress = LoadLE32(Field(m_nReadingProgressOffset));
     return result;
 }
 
 QVRESULT CBookInfoProxyImpl::GetIsSerialized(int* serialized) {
-    const QVRESULT result = Prepare(serialized, 1);
+    const QVRESULT result = Prepare(CheckProxy(m_pFile, serialized != nullptr), 1);
     if (result == QV_S_OK)
         *serialized = *Field(m_nIsSerializedOffset) != 0;
     return result;
@@ -264,8 +250,7 @@ QVRESULT CBookInfoProxyImpl::SetIsSerialized(int serialized) {
 // --- the reading bookmark -----------------------------------------------------------------------
 
 QVRESULT CBookInfoProxyImpl::GetReadingBookmark(IBookAnnotation** bookmark) {
-    const QVRESULT refused = CheckProxy(m_pFile, bookmark);
-    const QVRESULT result = refused == QV_S_OK ? Prepare(true, 1) : refused;
+    const QVRESULT result = Prepare(CheckProxy(m_pFile, bookmark), 1);
     if (result != QV_S_OK)
         return result;
     *bookmark = CBookAnnotationHelper::CreateAnnotationFromBuffer(
@@ -275,7 +260,7 @@ QVRESULT CBookInfoProxyImpl::GetReadingBookmark(IBookAnnotation** bookmark) {
 }
 
 QVRESULT CBookInfoProxyImpl::SetReadingBookmark(IBookAnnotation* bookmark) {
-    const QVRESULT result = Prepare(bookmark, 0);
+    const QVRESULT result = Prepare(CheckProxy(m_pFile, bookmark != nullptr), 0);
     if (result != QV_S_OK)
         return result;
     if (!CBookAnnotationHelper::SaveAnnotationToBuffer(

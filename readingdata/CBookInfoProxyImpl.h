@@ -75,10 +75,16 @@ protected:
 private:
     // A field's offset, by the member that holds it once the record is parsed.
     using Offset = unsigned int CBookInfoProxyImpl::*;
+    struct Slot {         // as a new record has it
+        unsigned int gap; // bytes of other fields before it
+        unsigned int capacity;
+        Offset offset;
+    };
+    UMDFORMAT_HIDDEN static const Slot kSlots[];
 
-    // What every operation begins with: refuses what a proxy refuses, and finds the record, or
-    // makes it unless `readOnly`.
-    UMDFORMAT_HIDDEN QVRESULT Prepare(bool bArguments, int readOnly);
+    // What every operation begins with, unless it is refused: finds the record, or makes it unless
+    // `readOnly`.
+    UMDFORMAT_HIDDEN QVRESULT Prepare(QVRESULT refused, int readOnly);
     // The same for setters that cannot fail afterwards: marks the record.
     UMDFORMAT_HIDDEN QVRESULT PrepareSet();
 

@@ -1,6 +1,5 @@
 #include "readingdata/CBookPathTableProxyImpl.h"
 
-#include "base/ByteReader.h"
 #include "readingdata/ItemArray.h"
 #include "readingdata/QvpRecordList.h"
 
@@ -15,41 +14,28 @@ bool IsStorable(const QvpPathItem& item) {
            strnlen(item.pszPath, QvpFormat::kMaxPathLength + 1) <= QvpFormat::kMaxPathLength;
 }
 
-struct PathEntries : Entries<QvpPathItem> {
-    std::uint32_t Fill(unsigned char* data, std::uint32_t length) {
-        std::uint32_t position = QvpFormat::kCountSize;
-        std::uint32_t count = 0;
-        for (; nLeft != 0; ++count, ++pNext, --nLeft) {
-            const std::size_t pathSize = std::strlen(pNext->pszPath) + 1;
-            if (QvpFormat::kPathValuesSize + pathSize > length - position)
-                break;
-            StoreLE32(data + position, pNext->nValue0);
-            StoreLE32(data + position + 4, pNext->nValue1);
-            position += QvpFormat::kPathValuesSize;
-            std::memcpy(data + position, pNext->pszPath, pathSize);
-            position += static_cast<std::uint32_t>(pathSize);
-        }
-        return count;
-    }
-};
-
-// Copies the next item of a record; false when it is damaged or memory runs out.
-bool AddPath(const Qvp_Node* node, ByteReader* reader, ItemArray<QvpPathItem>* list) {
-    QvpPathItem item = {};
-    if (!reader->ReadU32(&item.nValue0) || !reader->ReadU32(&item.nValue1))
-        return false;
-    const auto* path = reinterpret_cast<const char*>(node->pData + reader->Position());
-    const std::size_t length = strnlen(path, reader->Remaining());
-    return reader->Skip(length + 1) && list->Add(item, path, length);
+std::uint32_t StoreItem(const QvpPathItem& item, unsigned char* entry, std::uint32_t room) {
+    const std::size_t pathSize = std::strlen(item.pszPath) + 1;
+    if (QvpFormat::kPathValuesSize + pathSize > room)
+        return 0;
+    StoreLE32(entry, item.nValue0);
+    StoreLE32(entry + 4, item.nValue1);
+    std::memcpy(entry + QvpFormat::kPathValuesSize, item.pszPath, pathSize);
+    return QvpFormat::kPathValuesSize + static_cast<std::uint32_t>(pathSize);
 }
 
-bool AddPaths(const Qvp_Node* node, ItemArray<QvpPathItem>* list) {
-    ByteReader reader(node->pData, node->nLength);
-    std::uint32_t left = 0;
-    reader.ReadU32(&left);
-    while (left != 0 && AddPath(node, &reader, list))
-        --left;
-    return left == 0;
+// Copies the item at `*entry`; false when it is damaged or memory runs out.
+bool AddItem(const unsigned char** entry, const unsigned char* end, ItemArray<QvpPathItem>* list) {
+    if (end - *entry < std::ptrdiff_t{kLeastItemSize})
+        return false;
+    const QvpPathItem item = {LoadLE32(*entry), LoadLE32(*entry + 4), nullptr};
+    const auto* path = reinterpret_cast<const char*>(*entry + QvpFormat::kPathValuesSize);
+    const auto room = static_cast<std::size_t>(reinterpret_cast<const char*>(end) - path);
+    const std::size_t length = strnlen(path, room);
+    if (length == room)
+        return false;
+    *entry += QvpFormat::kPathValuesSize + length + 1;
+    return list->Add(item, path, length);
 }
 
 // Adds up the counts as they stand. False when a record cannot hold what it says, so that no count
@@ -87,9 +73,8 @@ QVRESULT CBookPathTableProxyImpl::SetPathTable(QvpPathItem* items, unsigned int 
     const QVRESULT refused = CheckProxy(m_pFile, AreStorable(items, count, IsStorable));
     if (refused != QV_S_OK)
         return refused;
-    PathEntries remaining{{items, count}};
-    return ReplaceRecords(m_pFile, QvpNodePathTable, m_nFileId, &m_pList, &remaining,
-                          [this] { return CreateQvpNode(); });
+    return ReplaceRecords(m_pFile, QvpNodePathTable, m_nFileId, &m_pList, items, count, StoreItem,
+                          [this](const QvpPathItem&) { return CreateQvpNode(); });
 }
 
 QVRESULT CBookPathTableProxyImpl::GetPathTable(QvpPathItem** items, unsigned int* count) {
@@ -104,8 +89,10 @@ QVRESULT CBookPathTableProxyImpl::GetPathTable(QvpPathItem** items, unsigned int
     ItemArray<QvpPathItem> list(static_cast<std::size_t>(total));
     if (!list.IsValid())
         return QV_E_OUTOFMEMORY;
-    if (!ForEachInUse(m_pList, QvpNodePathTable,
-                      [&list](const Qvp_Node* node) { return AddPaths(node, &list); }))
+    const auto add = [&list](const unsigned char** entry, const unsigned char* end) {
+        return AddItem(entry, end, &list);
+    };
+    if (!ForEachEntry(m_pList, QvpNodePathTable, add))
         return QV_E_FAIL;
     *items = list.Release(count);
     return QV_S_OK;

@@ -1,7 +1,5 @@
 #include "readingdata/CBookTagProxyImpl.h"
 
-#include <algorithm>
-
 #include "readingdata/ItemArray.h"
 #include "readingdata/QvpRecordList.h"
 
@@ -9,36 +7,23 @@ namespace QvFormat {
 
 namespace {
 
-unsigned char* SlotAt(unsigned char* data, std::uint32_t i) {
-    return data + QvpFormat::kCountSize + std::size_t{QvpFormat::kTagSlotSize} * i;
-}
-
 bool IsStorable(const char* tag) {
     return tag && strnlen(tag, QvpFormat::kTagSlotSize) < QvpFormat::kTagSlotSize;
 }
 
-struct TagEntries : Entries<char*> {
-    std::uint32_t Fill(unsigned char* data, std::uint32_t length) {
-        const std::uint32_t count =
-            std::min(nLeft, RecordCapacity(length, QvpFormat::kTagSlotSize));
-        for (std::uint32_t i = 0; i < count; ++i, ++pNext)
-            // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker): no storable tag is null
-            std::memcpy(SlotAt(data, i), *pNext, std::strlen(*pNext) + 1);
-        nLeft -= count;
-        return count;
-    }
-};
+std::uint32_t StoreTag(const char* tag, unsigned char* slot, std::uint32_t room) {
+    if (room < QvpFormat::kTagSlotSize)
+        return 0;
+    std::memcpy(slot, tag, std::strlen(tag) + 1);
+    return QvpFormat::kTagSlotSize;
+}
 
-// Copies the tags of a record, passing over those without an end; false without memory.
-bool AddTags(Qvp_Node* node, ItemArray<char*>* list) {
-    const std::uint32_t held = LoadLE32(node->pData);
-    for (std::uint32_t i = 0; i < held; ++i) {
-        const auto* slot = reinterpret_cast<const char*>(SlotAt(node->pData, i));
-        const std::size_t length = strnlen(slot, QvpFormat::kTagSlotSize);
-        if (length < QvpFormat::kTagSlotSize && !list->Add(nullptr, slot, length))
-            return false;
-    }
-    return true;
+// Copies the tag in `*slot`, or passes over one without an end; false without memory.
+bool AddTag(const unsigned char** slot, ItemArray<char*>* list) {
+    const auto* tag = reinterpret_cast<const char*>(*slot);
+    *slot += QvpFormat::kTagSlotSize;
+    const std::size_t length = strnlen(tag, QvpFormat::kTagSlotSize);
+    return length == QvpFormat::kTagSlotSize || list->Add(nullptr, tag, length);
 }
 
 } // namespace
@@ -60,9 +45,8 @@ QVRESULT CBookTagProxyImpl::SetTagList(char** tags, unsigned int count) {
     const QVRESULT refused = CheckProxy(m_pFile, AreStorable(tags, count, IsStorable));
     if (refused != QV_S_OK)
         return refused;
-    TagEntries remaining{{tags, count}};
-    return ReplaceRecords(m_pFile, QvpNodeTagList, m_nFileId, &m_pList, &remaining,
-                          [this] { return CreateQvpNode(); });
+    return ReplaceRecords(m_pFile, QvpNodeTagList, m_nFileId, &m_pList, tags, count, StoreTag,
+                          [this](const char*) { return CreateQvpNode(); });
 }
 
 QVRESULT CBookTagProxyImpl::GetTagList(char*** tags, unsigned int* count) {
@@ -72,8 +56,10 @@ QVRESULT CBookTagProxyImpl::GetTagList(char*** tags, unsigned int* count) {
     if (!m_pList && !AttachDataNode())
         return QV_E_FAIL;
     ItemArray<char*> list(CountEntries(m_pList, QvpNodeTagList, QvpFormat::kTagSlotSize));
-    if (!list.IsValid() || !ForEachInUse(m_pList, QvpNodeTagList,
-                                         [&list](Qvp_Node* node) { return AddTags(node, &list); }))
+    const auto add = [&list](const unsigned char** slot, const void*) {
+        return AddTag(slot, &list);
+    };
+    if (!list.IsValid() || !ForEachEntry(m_pList, QvpNodeTagList, add))
         return QV_E_OUTOFMEMORY;
     *tags = list.Release(count);
     return QV_S_OK;

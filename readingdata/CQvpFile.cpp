@@ -12,7 +12,6 @@
 
 #include "IQVSequentialStream.h"
 #include "base/CUtility.h"
-#include "base/Handles.h"
 #include "base/OwnedArray.h"
 #include "base/RegularFile.h"
 #include "readingdata/CBookIndexProxyImpl.h"
@@ -55,10 +54,6 @@ bool IsNew(const Qvp_Node* node) {
     return node->nOffset == 0 && node->nType != QvpNodeFree && node->nLength != 0 && node->pData;
 }
 
-bool IsUnsaved(const Qvp_Node* node) {
-    return IsNew(node) || (node->nOffset != 0 && node->bModified);
-}
-
 // A record of which every reader makes a node, unless its list is not known.
 bool IsListed(const QvpRecord& record) {
     return record.bWhole && record.nType != QvpNodeFree && record.nLength != 0 &&
@@ -76,8 +71,7 @@ bool IsRecordOf(const Qvp_Node& node, const QvpRecord& record) {
 // missing bytes.
 bool EndsTorn(const unsigned char* image, long size) {
     QvpRecordScan scan(size);
-    QvpRecord record = {};
-    while (scan.Next(image, &record)) {
+    for (QvpRecord record = {}; scan.Next(image, &record);) {
     }
     return !scan.ReachedEnd();
 }
@@ -87,7 +81,7 @@ bool EndsTorn(const unsigned char* image, long size) {
 CQvpFile::CQvpFile() = default;
 
 CQvpFile::~CQvpFile() {
-    if (m_pszPath && !IsUpToDate())
+    if (m_pszPath && (!m_bFlushed || FindPending().IsUnsaved()))
         CQvpFile::Flush();
     FreeFileDataList(m_pFileDataList);
     FreeDataList(m_pPathTableList);
@@ -100,29 +94,24 @@ QVRESULT CQvpFile::Open(char const* path, int create) {
         return QV_E_FAIL;
     if (!path)
         return QV_E_INVALIDARG;
-    const FilePtr file = OpenForReading(path, create != 0);
-    if (!file)
-        return QV_E_FAIL;
-    Image image;
-    long size = 0;
-    const QVRESULT result = ReadImage(file.get(), &image, &size);
+    const QVRESULT result =
+        ReadImage(OpenForReading(path, create != 0).get(), &m_pImage, &m_nImageSize);
     if (result != QV_S_OK)
         return result;
     m_pszPath = CopyString(path);
     if (!m_pszPath)
         return QV_E_OUTOFMEMORY;
-    m_pImage = std::move(image);
-    m_nImageSize = size;
     m_bOpened = 1;
     m_bFromPath = 1;
     return QV_S_OK;
 }
 
-// Reads the whole file or nothing: what a short read left out would be lost at the next compaction.
+// Reads the whole file or nothing (null fails): what a short read left out would be lost at the
+// next compaction.
 QVRESULT CQvpFile::ReadImage(std::FILE* file, Image* image, long* size) {
     unsigned char header[QvpFormat::kHeaderSize];
     struct stat status = {};
-    if (fstat(fileno(file), &status) != 0 || status.st_size < QvpFormat::kHeaderSize ||
+    if (!file || fstat(fileno(file), &status) != 0 || status.st_size < QvpFormat::kHeaderSize ||
         status.st_size > LONG_MAX || std::fread(header, sizeof header, 1, file) != 1 ||
         !HandleHeader(header))
         return QV_E_FAIL;
@@ -144,18 +133,13 @@ QVRESULT CQvpFile::Open(IQVSequentialStream* stream) {
         return QV_E_FAIL;
     if (!stream)
         return QV_E_INVALIDARG;
+    m_pStream = stream;
     int canRead = 0;
-    if (stream->GetCanRead(&canRead) < 0 || !canRead)
-        return QV_E_FAIL;
     unsigned char header[QvpFormat::kHeaderSize];
-    int count = 0;
-    if (stream->Seek(0, SeekFromBegin, nullptr) < 0 ||
-        stream->Read(header, sizeof header, &count) < 0 || count != sizeof header ||
+    if (stream->GetCanRead(&canRead) < 0 || !canRead || !GetData(0, sizeof header, header) ||
         !HandleHeader(header))
         return QV_E_FAIL;
     m_bOpened = 1;
-    m_pStream = stream;
-    m_bFromPath = 0;
     return QV_S_OK;
 }
 
@@ -213,11 +197,6 @@ QVRESULT CQvpFile::Save(IQVSequentialStream*) {
 
 // --- reading records ----------------------------------------------------------------------------
 
-bool CQvpFile::NextRecord(QvpRecordScan* scan, QvpRecord* record) {
-    unsigned char header[QvpFormat::kRecordHeaderSize];
-    return GetData(scan->Position(), sizeof header, header) && scan->Take(header, record);
-}
-
 int CQvpFile::GetData(long offset, int size, unsigned char* out) {
     if (m_bFromPath) {
         if (offset > m_nImageSize || size > m_nImageSize - offset)
@@ -238,16 +217,15 @@ int CQvpFile::AttachDataBuffer(Qvp_Node* node, long offset, unsigned int size) {
     if (offset > LONG_MAX - static_cast<long>(size) ||
         !GetData(offset + static_cast<long>(size) - 1, 1, &last))
         return 0;
+    node->bBorrowed = m_bFromPath;
     if (m_bFromPath) {
         node->pData = m_pImage.get() + offset;
-        node->bBorrowed = 1;
         return 1;
     }
     Image bytes = NewArray<unsigned char>(size);
     if (!bytes || !GetData(offset, static_cast<int>(size), bytes.get()))
         return 0;
     node->pData = bytes.release();
-    node->bBorrowed = 0;
     return 1;
 }
 
@@ -256,10 +234,10 @@ QVRESULT CQvpFile::LoadNodeList(QvpNodeType type, unsigned int fileId, Qvp_Node*
     Qvp_Node** tail = head;
     QvpRecordScan scan(m_bFromPath ? m_nImageSize : LONG_MAX);
     QvpRecord record = {};
-    while (NextRecord(&scan, &record)) {
-        const bool isListed = record.nType == type && record.nLength != 0 &&
-                              (type == QvpNodePathTable || record.nId == fileId);
-        if (!isListed || !record.bWhole)
+    unsigned char header[QvpFormat::kRecordHeaderSize];
+    while (GetData(scan.Position(), sizeof header, header) && scan.Take(header, &record)) {
+        if (!IsListed(record) || record.nType != type ||
+            (type != QvpNodePathTable && record.nId != fileId))
             continue;
         QvpNodePtr node(new (std::nothrow) Qvp_Node{type, record.nId, record.nOffset, 0,
                                                     record.nLength, nullptr, 0, nullptr});
@@ -344,9 +322,9 @@ Qvp_Node** CQvpFile::FindList(unsigned int type, unsigned int fileId) {
     return nullptr;
 }
 
-bool CQvpFile::IsLoaded(const QvpRecord& record) {
+Qvp_Node* CQvpFile::LoadedList(const QvpRecord& record) {
     Qvp_Node** list = IsListed(record) ? FindList(record.nType, record.nId) : nullptr;
-    return list && *list;
+    return list ? *list : nullptr;
 }
 
 template<typename Visit>
@@ -359,12 +337,6 @@ void CQvpFile::ForEachNode(Visit visit) const {
                 visit(node);
         }
     }
-}
-
-bool CQvpFile::HasNode(bool (*predicate)(const Qvp_Node*)) const {
-    bool isFound = false;
-    ForEachNode([&](const Qvp_Node* node) { isFound = isFound || predicate(node); });
-    return isFound;
 }
 
 // All nodes, by the offsets of their records.
@@ -407,50 +379,42 @@ QVRESULT CQvpFile::Flush() {
     struct stat status = {};
     const bool isMissing =
         stat(m_pszPath.get(), &status) != 0 && !CUtility::CheckFileExistence(m_pszPath.get());
-    if (IsUpToDate() && !isMissing)
+    const Pending pending = FindPending();
+    if (m_bFlushed && !pending.IsUnsaved() && !isMissing)
         return QV_S_OK;
     m_bFlushed = true;
 
-    const bool isUnsaved = HasNode(IsUnsaved);
-    const bool isChanged = status.st_size != Known().size; // by another container or program
-    const bool mayAppend = !HasNode(IsNew) || MayAppend(isChanged);
-    const bool isCutShort = isUnsaved && status.st_size < Known().end;
+    const bool isChanged = status.st_size != pending.knownSize; // by another container or program
+    const bool mayAppend = !pending.isNew || MayAppend(isChanged);
+    const bool isCutShort = pending.IsUnsaved() && status.st_size < pending.knownEnd;
     if ((isMissing || isCutShort || !mayAppend || ShouldRewrite()) &&
         CompactFile(isChanged) != Replacement::Impossible)
         return QV_S_OK;
-    return isUnsaved || isMissing ? UpdateFile(mayAppend) : QV_S_OK;
+    return pending.IsUnsaved() || isMissing ? UpdateFile(mayAppend) : QV_S_OK;
 }
 
-bool CQvpFile::IsUpToDate() const {
-    return m_bFlushed && !HasNode(IsUnsaved);
+CQvpFile::Pending CQvpFile::FindPending() const {
+    Pending pending = {false, false, m_nImageSize, m_nImageSize};
+    ForEachNode([&pending](const Qvp_Node* node) {
+        const long size = QvpFormat::kRecordHeaderSize + static_cast<long>(node->nLength);
+        if (node->nOffset == 0) {
+            pending.isNew |= IsNew(node);
+            return;
+        }
+        pending.isModified |= node->bModified != 0;
+        pending.knownSize += node->bBorrowed ? 0 : size;
+        pending.knownEnd = std::max(pending.knownEnd, node->nOffset + size);
+    });
+    return pending;
 }
 
 int CQvpFile::ShouldRewrite() {
     QvpRecordScan scan(m_nImageSize);
     QvpRecord record = {};
-    std::uint32_t freeData = 0;
-    while (scan.Next(m_pImage.get(), &record)) {
-        if (record.nType != QvpNodeFree)
-            continue;
-        if (record.nLength > QvpFormat::kMaxFreeData - freeData)
-            return 1;
-        freeData += record.nLength;
-    }
-    return 0;
-}
-
-// The size that the file has if nobody else has changed it, and the end of the last known record,
-// which lies beyond that size when others have appended before it.
-CQvpFile::Extent CQvpFile::Known() const {
-    Extent known = {m_nImageSize, m_nImageSize};
-    ForEachNode([&known](const Qvp_Node* node) {
-        const long size = QvpFormat::kRecordHeaderSize + static_cast<long>(node->nLength);
-        if (node->nOffset == 0)
-            return;
-        known.size += node->bBorrowed ? 0 : size;
-        known.end = std::max(known.end, node->nOffset + size);
-    });
-    return known;
+    std::uint64_t freeData = 0;
+    while (freeData <= QvpFormat::kMaxFreeData && scan.Next(m_pImage.get(), &record))
+        freeData += record.nType == QvpNodeFree ? record.nLength : 0;
+    return freeData > QvpFormat::kMaxFreeData;
 }
 
 // Not after a torn record, nor beside a record of the same list that another container has appended
@@ -461,16 +425,15 @@ bool CQvpFile::MayAppend(bool isChanged) {
     Image image;
     long size = 0;
     NodePlaces places = Places();
-    const FilePtr file = OpenRegularFile(m_pszPath.get(), false);
-    if (!places.IsValid() || !file || ReadImage(file.get(), &image, &size) != QV_S_OK ||
+    if (!places.IsValid() ||
+        ReadImage(OpenRegularFile(m_pszPath.get(), false).get(), &image, &size) != QV_S_OK ||
         EndsTorn(image.get(), size))
         return false;
     QvpRecordScan scan(size);
-    QvpRecord record = {};
-    while (scan.Next(image.get(), &record)) {
-        if (places.NodeAt(record.nOffset) || !IsLoaded(record))
+    for (QvpRecord record = {}; scan.Next(image.get(), &record);) {
+        if (places.NodeAt(record.nOffset))
             continue;
-        for (Qvp_Node* node = *FindList(record.nType, record.nId); node; node = node->pNext) {
+        for (Qvp_Node* node = LoadedList(record); node; node = node->pNext) {
             if (IsNew(node))
                 return false;
         }
@@ -536,18 +499,20 @@ Replacement CQvpFile::CompactFile(bool isChanged) {
         return Replacement::Impossible;
     Image other; // the image that is not compacted, of which nodes may still borrow
     long otherSize = 0;
-    const FilePtr file = isChanged ? OpenRegularFile(m_pszPath.get(), false) : nullptr;
-    const bool isReread = file && ReadImage(file.get(), &other, &otherSize) == QV_S_OK &&
-                          !IsCutShort(other.get(), otherSize);
+    const bool isReread =
+        isChanged &&
+        ReadImage(OpenRegularFile(m_pszPath.get(), false).get(), &other, &otherSize) == QV_S_OK &&
+        !IsCutShort(other.get(), otherSize);
     if (isReread)
         SwapImage(&other, &otherSize);
 
     Image content;
     long size = 0;
-    Replacement result = Replacement::Impossible;
     const auto room = static_cast<std::size_t>(m_nImageSize) + static_cast<std::size_t>(otherSize);
-    if (WriteContent(room, &content, &size))
-        result = ReplaceFile(m_pszPath.get(), content.get(), static_cast<std::size_t>(size));
+    const Replacement result =
+        WriteContent(room, &content, &size)
+            ? ReplaceFile(m_pszPath.get(), content.get(), static_cast<std::size_t>(size))
+            : Replacement::Impossible;
     if (result == Replacement::Done) {
         AdoptImage(std::move(content), size);
         return result;
@@ -606,7 +571,7 @@ int CQvpFile::SaveValidContentToFile(std::FILE* file) {
         Qvp_Node* node = places.NodeAt(record.nOffset);
         if (node && IsRecordOf(*node, record)) {
             written = AppendQvpRecord(file, *node, &node->nOffset);
-        } else if (record.nType != QvpNodeFree && !IsLoaded(record)) {
+        } else if (record.nType != QvpNodeFree && !LoadedList(record)) {
             const std::size_t size = QvpFormat::kRecordHeaderSize + std::size_t{record.nLength};
             written = std::fwrite(m_pImage.get() + record.nOffset, 1, size, file) == size;
         }
@@ -620,17 +585,16 @@ int CQvpFile::SaveValidContentToFile(std::FILE* file) {
 void CQvpFile::AdoptImage(Image image, long size) {
     ForEachNode([&image](Qvp_Node* node) {
         node->bModified = 0;
-        if (node->nOffset == 0 && !node->bBorrowed)
-            return;
-        unsigned char* data = image.get() + node->nOffset + QvpFormat::kRecordHeaderSize;
-        if (node->nOffset == 0) {
-            data = CopyArray(node->pData, node->nLength).release();
-            node->nLength = data ? node->nLength : 0;
-        } else if (!node->bBorrowed) {
-            delete[] node->pData;
+        if (node->nOffset != 0) {
+            if (!node->bBorrowed)
+                delete[] node->pData;
+            node->pData = image.get() + node->nOffset + QvpFormat::kRecordHeaderSize;
+            node->bBorrowed = 1;
+        } else if (node->bBorrowed) {
+            node->pData = CopyArray(node->pData, node->nLength).release();
+            node->nLength = node->pData ? node->nLength : 0;
+            node->bBorrowed = 0;
         }
-        node->pData = data;
-        node->bBorrowed = node->nOffset != 0;
     });
     m_pImage = std::move(image);
     m_nImageSize = size;

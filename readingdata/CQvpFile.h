@@ -10,7 +10,6 @@
 namespace QvFormat {
 
 class NodePlaces;
-class QvpRecordScan;
 enum class Replacement;
 struct QvpRecord;
 
@@ -107,25 +106,27 @@ protected:
 
 private:
     using Image = std::unique_ptr<unsigned char[]>;
-    struct Extent {
-        long size;
-        long end;
+    // What a flush has to do, and what it expects of the file.
+    struct Pending {
+        bool isNew;      // a record that is to be appended
+        bool isModified; // a record that is to be written over itself
+        long knownSize;  // of the file, if nobody else has changed it
+        long knownEnd; // of the last known record; beyond that size when others appended before it
+
+        bool IsUnsaved() const { return isNew || isModified; }
     };
 
     UMDFORMAT_HIDDEN QVRESULT ReadImage(std::FILE* file, Image* image, long* size);
-    UMDFORMAT_HIDDEN bool NextRecord(QvpRecordScan* scan, QvpRecord* record);
 
     // Where the head of a list is kept; null for no such type or a file id that is not in use.
     UMDFORMAT_HIDDEN Qvp_Node** FindList(unsigned int type, unsigned int fileId);
-    // Whether the list of a record in the file is loaded.
-    UMDFORMAT_HIDDEN bool IsLoaded(const QvpRecord& record);
+    // The list of a record in the file; null when it is not loaded.
+    UMDFORMAT_HIDDEN Qvp_Node* LoadedList(const QvpRecord& record);
     template<typename Visit>
     void ForEachNode(Visit visit) const;
-    UMDFORMAT_HIDDEN bool HasNode(bool (*predicate)(const Qvp_Node*)) const;
     UMDFORMAT_HIDDEN NodePlaces Places() const;
 
-    UMDFORMAT_HIDDEN bool IsUpToDate() const;
-    UMDFORMAT_HIDDEN Extent Known() const;
+    UMDFORMAT_HIDDEN Pending FindPending() const;
     UMDFORMAT_HIDDEN bool MayAppend(bool isChanged);
     UMDFORMAT_HIDDEN QVRESULT UpdateFile(bool mayAppend);
     UMDFORMAT_HIDDEN Replacement CompactFile(bool isChanged);

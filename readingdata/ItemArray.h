@@ -13,8 +13,6 @@ class ItemArray {
 public:
     explicit ItemArray(std::size_t capacity)
         : m_nCapacity(capacity), m_pItems(NewArray<Item>(capacity)) {}
-    ItemArray(const ItemArray&) = delete;
-    ItemArray& operator=(const ItemArray&) = delete;
     ~ItemArray() {
         for (std::uint32_t i = 0; m_pItems && i < m_nCount; ++i)
             // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): an empty array holds no item

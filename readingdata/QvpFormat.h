@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "IBookInfoEntity.h"
+#include "QvAnnotationType.h"
 
 namespace QvFormat::QvpFormat {
 
@@ -28,8 +28,6 @@ constexpr int kRecordLengthAt = 5;
 // little against the smallest file system block that a compaction costs.
 constexpr std::uint32_t kMaxFreeData = 5120;
 
-using QvFormat::kCommonFileId;
-
 // --- book information: slots of a capacity (4 bytes) and that many bytes ------------------------
 
 constexpr unsigned int kSlotHeaderSize = 4;
@@ -44,21 +42,12 @@ constexpr unsigned int kBookSourceSize = 1;
 constexpr unsigned int kReadingProgressSize = 4;
 constexpr unsigned int kIsSerializedSize = 1;
 
-// Where this library puts the fields. Readers find them by walking the capacities.
-constexpr unsigned int kBookNameAt = 0;
-constexpr unsigned int kAuthorNameAt = kBookNameAt + kSlotHeaderSize + kNameCapacity;
-constexpr unsigned int kCoverPagePathAt = kAuthorNameAt + kSlotHeaderSize + kNameCapacity;
-constexpr unsigned int kPublisherNameAt = kCoverPagePathAt + kSlotHeaderSize + kPathCapacity;
-constexpr unsigned int kISBNAt = kPublisherNameAt + kSlotHeaderSize + kNameCapacity;
-constexpr unsigned int kSummaryAt = kISBNAt + kSlotHeaderSize + kISBNCapacity;
-constexpr unsigned int kBookSourceAt = kSummaryAt + kSlotHeaderSize + kSummaryCapacity;
-constexpr unsigned int kReadingProgressAt = kBookSourceAt + kBookSourceSize;
-constexpr unsigned int kReadingBookmarkAt = kReadingProgressAt + kReadingProgressSize;
-constexpr unsigned int kIsSerializedAt = kReadingBookmarkAt + kSlotHeaderSize + kBookmarkCapacity;
-constexpr unsigned int kLatestSectionAt = kIsSerializedAt + kIsSerializedSize;
-constexpr unsigned int kBookInfoLength = kLatestSectionAt + kSlotHeaderSize + kPathCapacity;
+// Of a new record. Readers find its fields by walking the capacities.
+constexpr unsigned int kBookInfoLength =
+    8 * kSlotHeaderSize + 3 * kNameCapacity + 2 * kPathCapacity + kISBNCapacity + kSummaryCapacity +
+    kBookmarkCapacity + kBookSourceSize + kReadingProgressSize + kIsSerializedSize;
 
-static_assert(kBookSourceAt == 2260 && kReadingBookmarkAt == 2265 && kBookInfoLength == 2806);
+static_assert(kBookInfoLength == 2806);
 
 // --- lists: every record begins with the number of entries in it --------------------------------
 
@@ -82,6 +71,14 @@ constexpr unsigned int kPositionSize = 8; // block index, offset
 constexpr unsigned int kRangeSize = 12;   // and a length
 constexpr unsigned int kCommentSize = 13; // and the NUL of an empty comment
 constexpr unsigned int kBookmarkTypeSize = 1;
+
+// The bytes of an annotation's data, for a comment those of an empty one. Types above 2 are checked
+// as comments.
+constexpr unsigned int LeastAnnotationSize(QvAnnotationType type) {
+    if (type == QvAnnotationPosition)
+        return kPositionSize;
+    return type == QvAnnotationRange ? kRangeSize : kCommentSize;
+}
 
 // Room for 56 positions, 39 ranges, or comments of 494 bytes together. A longer comment gets a
 // longer record.

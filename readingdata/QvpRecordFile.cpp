@@ -1,6 +1,7 @@
 #include "readingdata/QvpRecordFile.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -26,12 +27,6 @@ bool WriteAt(std::FILE* file, long offset, const unsigned char* header, const un
            std::fwrite(data, 1, size, file) == size && std::fflush(file) == 0;
 }
 
-// Whether a record still stands where it was found; another writer may have moved the records.
-bool IsHeaderOf(const unsigned char* header, const Qvp_Node& node) {
-    return LoadLE32(header + QvpFormat::kRecordIdAt) == node.nId &&
-           LoadLE32(header + QvpFormat::kRecordLengthAt) == node.nLength;
-}
-
 // While it is set, what is written goes to the end, wherever that is by then.
 void SetAppending(std::FILE* file, bool bAppending) {
     fcntl(fileno(file), F_SETFL, bAppending ? O_APPEND : 0);
@@ -40,15 +35,18 @@ void SetAppending(std::FILE* file, bool bAppending) {
 } // namespace
 
 bool OverwriteQvpRecord(std::FILE* file, const Qvp_Node& node) {
+    unsigned char header[QvpFormat::kRecordHeaderSize];
     unsigned char oldHeader[QvpFormat::kRecordHeaderSize];
+    StoreHeader(header, node);
+    // Id and length are compared, because another writer may have moved the records.
     if (std::fseek(file, node.nOffset, SEEK_SET) != 0 ||
-        std::fread(oldHeader, sizeof oldHeader, 1, file) != 1 || !IsHeaderOf(oldHeader, node))
+        std::fread(oldHeader, sizeof oldHeader, 1, file) != 1 ||
+        !std::equal(header + QvpFormat::kRecordIdAt, std::end(header),
+                    oldHeader + QvpFormat::kRecordIdAt))
         return false;
     // Without memory for the old data the record is still written, only not put back on failure.
     const OwnedArray<unsigned char> old = NewArray<unsigned char>(node.nLength);
     const std::size_t oldSize = old ? std::fread(old.get(), 1, node.nLength, file) : 0;
-    unsigned char header[QvpFormat::kRecordHeaderSize];
-    StoreHeader(header, node);
     if (WriteAt(file, node.nOffset, header, node.pData, node.nLength))
         return true;
     WriteAt(file, node.nOffset, oldHeader, old.get(), oldSize);

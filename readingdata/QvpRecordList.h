@@ -42,84 +42,79 @@ inline bool AttachForWriting(CQvpFile* file, QvpNodeType type, unsigned int file
     return result != QV_E_OUTOFMEMORY && result != QV_E_FAIL;
 }
 
-// The record's count, lowered in the record when it holds fewer entries than it says.
-inline std::uint32_t BoundedCount(Qvp_Node* node, std::uint32_t capacity) {
-    const std::uint32_t count = LoadLE32(node->pData);
-    if (count <= capacity)
-        return count;
-    StoreLE32(node->pData, capacity);
-    return capacity;
-}
-
 // The entries that fit into a record of `length` bytes.
 constexpr std::uint32_t RecordCapacity(std::uint32_t length, std::uint32_t entrySize) {
     return length < QvpFormat::kCountSize ? 0 : (length - QvpFormat::kCountSize) / entrySize;
 }
 
-inline void FreeRecords(Qvp_Node* node) {
-    for (; node; node = node->pNext) {
-        node->nType = QvpNodeFree;
+// Moves items into the records of a list, in order. store(item, bytes, room) puts an item at
+// `bytes` and returns the bytes it took; 0 when it does not fit into `room` bytes.
+template<typename Items, typename Store>
+struct RecordFiller {
+    QvpNodeType eType;
+    Items items;
+    std::uint32_t nCount;
+    Store store;
+    std::uint32_t nNext = 0;
+
+    bool Done() const { return nNext == nCount; }
+
+    // Puts as many items as fit into a record that has room for a count; false for none.
+    bool Fill(Qvp_Node* node) {
+        const std::uint32_t first = nNext;
+        std::uint32_t position = QvpFormat::kCountSize;
+        for (; !Done(); ++nNext) {
+            const std::uint32_t size =
+                store(items[nNext], node->pData + position, node->nLength - position);
+            if (size == 0)
+                break;
+            position += size;
+        }
+        StoreLE32(node->pData, nNext - first);
+        node->nType = eType;
         node->bModified = 1;
+        return nNext != first;
     }
-}
-
-// What remains of a list that is being written. A class derived from it has an operation
-// Fill(data, length), which puts as many items as fit after a record's count and returns their
-// number.
-template<typename Item>
-struct Entries {
-    const Item* pNext;
-    std::uint32_t nLeft;
-
-    bool Done() const { return nLeft == 0; }
 };
 
-// Moves entries into one record.
-template<typename Remaining>
-std::uint32_t FillRecord(Qvp_Node* node, QvpNodeType type, Remaining* entries) {
-    const std::uint32_t count = entries->Fill(node->pData, node->nLength);
-    StoreLE32(node->pData, count);
-    node->nType = type;
-    node->bModified = 1;
-    return count;
-}
-
-// Puts what remains into new records from `create`, which are handed to the container as one chain:
-// one by one, each would be looked up from the head of the list.
-template<typename Remaining, typename Create>
-QVRESULT AppendRecords(CQvpFile* file, QvpNodeType type, Remaining* entries, Create create) {
+// Puts what remains into new records from create(item), which are handed to the container as one
+// chain: one by one, each would be looked up from the head of the list.
+template<typename Filler, typename Create>
+QVRESULT AppendRecords(CQvpFile* file, Filler* filler, Create create) {
     Qvp_Node* chain = nullptr;
     Qvp_Node** tail = &chain;
-    QVRESULT result = QV_S_OK;
-    while (result == QV_S_OK && !entries->Done()) {
-        *tail = create();
-        if (!*tail || FillRecord(*tail, type, entries) == 0)
-            result = QV_E_FAIL;
-        else
-            tail = &(*tail)->pNext;
+    while (!filler->Done()) {
+        *tail = create(filler->items[filler->nNext]);
+        if (!*tail || !filler->Fill(*tail))
+            break;
+        tail = &(*tail)->pNext;
     }
-    if (!chain || file->AppendNodeList(chain) == QV_S_OK)
-        return result;
+    if (file->AppendNodeList(chain) == QV_S_OK)
+        return filler->Done() ? QV_S_OK : QV_E_FAIL;
     CQvpFile::FreeDataList(chain);
     return QV_E_FAIL;
 }
 
-// Replaces a list: its records take the entries in order; then surplus records are freed, or
-// missing ones made. QV_E_FAIL: the list could not be read, and nothing changes; or a record could
-// not be made, and the entries before it are in place.
-template<typename Remaining, typename Create>
+// Replaces a list: its records take the items in order; then surplus records are freed, or missing
+// ones made. QV_E_FAIL: the list could not be read, and nothing changes; or a record could not be
+// made, and the items before it are in place.
+template<typename Items, typename Store, typename Create>
 QVRESULT ReplaceRecords(CQvpFile* file, QvpNodeType type, unsigned int fileId, Qvp_Node** head,
-                        Remaining* entries, Create create) {
+                        Items items, std::uint32_t count, Store store, Create create) {
     if (!AttachForWriting(file, type, fileId, head))
         return QV_E_FAIL;
+    RecordFiller<Items, Store> filler{type, items, count, store};
     Qvp_Node* node = *head;
-    for (; node && !entries->Done(); node = node->pNext) {
+    for (; node && !filler.Done(); node = node->pNext) {
         if (node->nLength >= QvpFormat::kCountSize)
-            FillRecord(node, type, entries);
+            filler.Fill(node);
     }
-    if (!entries->Done())
-        return AppendRecords(file, type, entries, create);
-    FreeRecords(node);
+    if (!filler.Done())
+        return AppendRecords(file, &filler, create);
+    for (; node; node = node->pNext) {
+        node->nType = QvpNodeFree;
+        node->bModified = 1;
+    }
     return QV_S_OK;
 }
 
@@ -134,14 +129,31 @@ bool ForEachInUse(Qvp_Node* head, QvpNodeType type, Visit visit) {
     return true;
 }
 
-// The entries of `size` bytes that the records hold.
+// The entries of at least `size` bytes that the records hold. A count that says more is lowered in
+// its record.
 inline std::uint32_t CountEntries(Qvp_Node* head, QvpNodeType type, std::uint32_t size) {
     std::uint32_t total = 0;
-    ForEachInUse(head, type, [&](Qvp_Node* node) {
-        total += BoundedCount(node, RecordCapacity(node->nLength, size));
+    ForEachInUse(head, type, [&](const Qvp_Node* node) {
+        const std::uint32_t capacity = RecordCapacity(node->nLength, size);
+        const std::uint32_t count = std::min(LoadLE32(node->pData), capacity);
+        StoreLE32(node->pData, count);
+        total += count;
         return true;
     });
     return total;
+}
+
+// Calls visit(&entry, end) for as many entries as the records in use say, until one answers false;
+// whether none did. It reads the entry before `end` and moves the pointer past it.
+template<typename Visit>
+bool ForEachEntry(Qvp_Node* head, QvpNodeType type, Visit visit) {
+    return ForEachInUse(head, type, [&visit](const Qvp_Node* node) {
+        const unsigned char* entry = node->pData + QvpFormat::kCountSize;
+        std::uint32_t left = LoadLE32(node->pData);
+        while (left != 0 && visit(&entry, node->pData + node->nLength))
+            --left;
+        return left == 0;
+    });
 }
 
 } // namespace QvFormat

@@ -14,16 +14,14 @@ bool QvpRecordScan::Take(const unsigned char* header, QvpRecord* record) {
     record->nLength = LoadLE32(header + QvpFormat::kRecordLengthAt);
     record->bWhole =
         record->nLength <= static_cast<unsigned long>(room - QvpFormat::kRecordHeaderSize);
+    m_bCutOff = !record->bWhole;
     if (record->bWhole)
         m_nPosition += QvpFormat::kRecordHeaderSize + static_cast<long>(record->nLength);
-    else
-        m_bCutOff = true;
     return true;
 }
 
 bool QvpRecordScan::Next(const unsigned char* image, QvpRecord* record) {
-    return m_nEnd - m_nPosition >= QvpFormat::kRecordHeaderSize &&
-           Take(image + m_nPosition, record);
+    return Take(image + m_nPosition, record);
 }
 
 } // namespace QvFormat
