@@ -385,8 +385,8 @@ QVRESULT CQvpFile::Flush() {
     m_bFlushed = true;
 
     const bool isChanged = status.st_size != pending.knownSize; // by another container or program
-    const bool mayAppend = !pending.isNew || MayAppend(isChanged);
     const bool isCutShort = pending.IsUnsaved() && status.st_size < pending.knownEnd;
+    const bool mayAppend = !pending.isNew || (!isCutShort && MayAppend(isChanged));
     if ((isMissing || isCutShort || !mayAppend || ShouldRewrite()) &&
         CompactFile(isChanged) != Replacement::Impossible)
         return QV_S_OK;

@@ -372,6 +372,23 @@ TEST_F(ReadingDataDamageTest, CompactionThatCannotBeDoneUpdatesAndAppendsInPlace
     }
 }
 
+TEST_F(ReadingDataDamageTest, FileCutBetweenRecordsWhileTheDiskIsFullLosesNone) {
+    const Record one = {3, 1, Le32(1) + Le32(1)}, other = {3, 2, Le32(1) + Le32(2)};
+    Write(FileOf({one, other}));
+    auto file = Open();
+    IndexOf(*file, 2);
+    SetIndex(*file, 5, {5});
+    std::filesystem::resize_file(m_Path, FileOf({one}).size());
+    g_nSyncError = ENOSPC;
+    EXPECT_EQ(file->Flush(), QV_S_OK);
+    g_nSyncError = -1;
+    EXPECT_EQ(FileOf({one}), Read()) << "what is appended would stand where the other one stood";
+    file.reset(); // there is room again
+    file = Open();
+    for (const int id : {1, 2, 5})
+        EXPECT_EQ(std::vector<int>{id}, IndexOf(*file, static_cast<unsigned int>(id)));
+}
+
 TEST_F(ReadingDataDamageTest, FlushOfChangesSyncsThemAndOfNoneNothing) {
     Write(FileOf(kAllTypes));
     auto file = Open();
