@@ -78,10 +78,6 @@ Json ToJson(const ReadingDataFile& file) {
             {"damage", std::move(document.damage)}};
 }
 
-std::string Dump(const Json& json, int indent = -1) {
-    return json.dump(indent, ' ', false, Json::error_handler_t::replace);
-}
-
 // For people: a line for what is simple, deeper lines for what holds more. Strings stand in quotes,
 // with escapes, so that their ends can be seen.
 void WriteIndented(const Json& json, const std::string& indent) {
@@ -107,7 +103,6 @@ int RunReadingData(const std::string& path, bool json) {
         WriteOut(Dump(document, 2) + "\n");
     else
         WriteIndented(document, "");
-    FlushOut();
     for (const std::string damage : document["damage"])
         Report(file.path, "damaged: " + damage);
     return document["damage"].empty() ? EXIT_SUCCESS : EXIT_FAILURE;

@@ -2,13 +2,10 @@
 
 #include <string>
 
-#include <nlohmann/json.hpp>
-
+#include "Output.h"
 #include "ReadingDataFile.h"
 
 namespace umdview {
-
-using Json = nlohmann::ordered_json;
 
 // What the library reads of a whole record that is not free: an array of a list's entries, an
 // object for book information, null for nothing. `wrong` receives what is damaged in it and stays

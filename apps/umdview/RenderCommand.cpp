@@ -191,7 +191,6 @@ bool IsPlaceKept(const RenderOptions& options) {
 int RunRender(const RenderOptions& options) {
     const Drawn drawn = Render(options);
     WriteOut(Summary(drawn, options));
-    FlushOut();
     ReportGaps(drawn, options.book);
     const bool kept = !options.resume || IsPlaceKept(options);
     return drawn.gaps.empty() && kept ? EXIT_SUCCESS : EXIT_FAILURE;
