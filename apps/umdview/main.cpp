@@ -13,7 +13,6 @@
 
 #include "Commands.h"
 #include "Output.h"
-#include "RenderCommand.h"
 #include "common/Failure.h"
 
 namespace {
@@ -31,7 +30,6 @@ struct Arguments {
     bool json = false;
     bool raw = false;
     std::vector<unsigned int> size = {600, 800}; // of a screen
-    std::string format = "png";
     RenderOptions render;
 };
 
@@ -76,8 +74,6 @@ void Complete(Arguments& arguments) {
     look.height = arguments.size[1];
     if (2 * look.margin >= std::min(look.width, look.height))
         throw CLI::ValidationError("--margin", "it leaves nothing of the screen");
-    if (arguments.format == "pgm")
-        arguments.render.format = ImageFormat::Pgm;
 }
 
 // From `least` up; help texts are told without it.
@@ -170,7 +166,7 @@ void AddRenderOptions(CLI::App& command, Arguments& arguments) {
         ->excludes(screens);
     AddLookOptions(command, arguments);
     AddPlaceOptions(command, arguments);
-    command.add_option("--format", arguments.format, "Image format (default: png)")
+    command.add_option("--format", render.format, "Image format (default: png)")
         ->check(CLI::IsMember({"png", "pgm"}))
         ->type_name("NAME");
     command.callback([&arguments] { Complete(arguments); });
