@@ -16,7 +16,7 @@ int RunInfo(const std::string& book, bool json);
 // umdview text: writes the book's text as UTF-8, chunk by chunk. `raw` keeps paragraph separators;
 // else each is written as a newline. `chapter` asks for that chapter's text alone, counted from 1;
 // 0 is for all. Damaged chunks are left out.
-int RunText(const std::string& book, long chapter, bool raw);
+int RunText(const std::string& book, unsigned int chapter, bool raw);
 
 // umdview readingdata: tells what a reading-data file holds, for people or as JSON. `path` is the
 // file's or its book's. Nothing is changed.
@@ -35,8 +35,8 @@ struct RenderOptions {
     std::string format = "png";
     ScreenRange screens;
     Look look;
-    float position = 0; // fraction of the book
-    long chapter = 0;   // where to begin instead, counted from 1; 0: at the position
+    float position = 0;       // fraction of the book
+    unsigned int chapter = 0; // where to begin instead, counted from 1; 0: at the position
     // Begin at the saved place instead, and keep it at the last screen drawn. Else the reader's
     // place is neither used nor moved.
     bool resume = false;

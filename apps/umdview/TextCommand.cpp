@@ -7,7 +7,6 @@
 #include "Output.h"
 #include "common/Book.h"
 #include "common/Chapters.h"
-#include "common/Failure.h"
 #include "common/TextDecoder.h"
 
 namespace umdview {
@@ -34,7 +33,7 @@ struct Range {
     std::size_t end = std::string_view::npos;
 };
 
-Range RangeOf(const Book& book, long number) {
+Range RangeOf(const Book& book, unsigned int number) {
     if (number == 0)
         return {};
     const Chapter chapter = FindChapter(book, number);
@@ -49,7 +48,7 @@ std::string_view Part(std::string_view chunk, std::size_t at, const Range& range
 
 } // namespace
 
-int RunText(const std::string& path, long chapter, bool raw) {
+int RunText(const std::string& path, unsigned int chapter, bool raw) {
     const Book book(path);
     const Range range = RangeOf(book, chapter);
     TextDecoder decoder;
