@@ -87,7 +87,7 @@ Json ToJson(const std::string& file, std::string_view bytes) {
 std::string ToLines(const Json& json, const std::string& indent) {
     std::string lines;
     for (const auto& [key, value] : json.items()) {
-        lines += indent + (json.is_array() ? "-" : key + ":");
+        lines.append(indent).append(json.is_array() ? "-" : key + ":");
         if (value.empty())
             lines += " -\n";
         else if (value.is_structured())
