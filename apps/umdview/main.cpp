@@ -1,5 +1,5 @@
 // umdview: the reference host. Shows how an application uses the library: see Reader for paging and
-// drawing, Book for descriptions and text.
+// drawing, Book for descriptions and text, SavedPlace for the reader's place.
 #include <algorithm>
 #include <charconv>
 #include <csignal>
