@@ -17,12 +17,15 @@ std::string Slot(const std::string& text) {
     return Le32(static_cast<std::uint32_t>(text.size() + 1)) + text + '\0';
 }
 
+std::string InfoData(const std::string& name, const std::string& bookmark, char serialized) {
+    return Slot(name) + Slot("") + Slot("") + Slot("") + Slot("") + Slot("") + '\0' + Le32(42) +
+           Le32(static_cast<std::uint32_t>(bookmark.size())) + bookmark + serialized + Slot("IX");
+}
+
 // Book information with the bookmark at a block.
 readingdata::Record BookInfo(std::uint32_t block, const std::string& name = "") {
     const std::string bookmark = '\0' + Le32(block) + Le32(12) + std::string(11, '\0');
-    return {1, kCommonId,
-            Slot(name) + Slot("") + Slot("") + Slot("") + Slot("") + Slot("") + '\0' + Le32(42) +
-                Le32(20) + bookmark + '\1' + Slot("IX")};
+    return {1, kCommonId, InfoData(name, bookmark, '\1')};
 }
 
 std::string Tag(const std::string& text) {
@@ -41,7 +44,8 @@ std::vector<readingdata::Record> EveryKind() {
             {7, 7, Le32(1) + '\0' + Le32(4) + Le32(5) + Le32(6) + "see\n\"p. 9\"" + '\0'},
             {3, 7, Le32(2) + Le32(5) + Le32(0xFFFFFFFF)},
             {9, 1, "?"},
-            {4, 8, ""}};
+            {4, 8, ""},
+            {1, 8, InfoData("", "?", '\0')}}; // no room for a bookmark
 }
 
 TEST_F(UmdviewReadingDataTest, ResumeBeginsAtTheLastScreenDrawnBefore) {
@@ -110,7 +114,7 @@ TEST_F(UmdviewReadingDataTest, ReadingDataOfEveryKindIsToldRecordByRecordAndDeco
     Write(bytes);
     const std::string lines = Run("readingdata book.umd").out;
     EXPECT_EQ(lines.substr(0, lines.find("    offset")),
-              "file: \"book.umd.qvp\"\nversion: 7\nrevision: 9\nsize: 386\n"
+              "file: \"book.umd.qvp\"\nversion: 7\nrevision: 9\nsize: 443\n"
               "deadBytes: 4\nrecords:\n  -\n");
     EXPECT_TRUE(
         Contains(lines, "    id: 7\n    length: 12\n    content:\n      - 5\n      - -1\n"));
@@ -125,7 +129,9 @@ TEST_F(UmdviewReadingDataTest, ReadingDataOfEveryKindIsToldRecordByRecordAndDeco
         "readingBookmark": {"block": 3, "offset": 12}}, ["red", "caf\uFFFD"],
         [{"block": 1, "offset": 2}], [{"block": 3, "offset": 258, "length": 20}],
         [{"block": 4, "offset": 5, "length": 6, "comment": "see\n\"p. 9\""}], [5, -1],
-        "unknown", "tag list"])"));
+        "unknown", "tag list", {"bookName": "", "author": "", "coverPagePath": "",
+        "publisher": "", "isbn": "", "summary": "", "latestSection": "IX", "bookSource": 0,
+        "readingProgress": 42, "serialized": false, "readingBookmark": null}])"));
     EXPECT_FALSE(Contains(lines, "\x1b"));
     EXPECT_EQ(Read(), bytes);
 }
@@ -137,6 +143,11 @@ TEST_F(UmdviewReadingDataTest, DamagedReadingDataIsNamedAndTheRestTold) {
         {Bytes({2, 7, Le32(1)}), "path table: it should hold 1 entries, of which 0 can be read"},
         {Bytes({7, 7, Le32(1) + std::string(13, 'x')}), "comments: it should hold 1 entries"},
         {Bytes({6, 7, "ab"}), "ranges: it is too short for a list"},
+        {Bytes({4, 7, Le32(2) + std::string(50, 'x') + Tag("y")}), "2 entries, of which 1 can"},
+        {Bytes({5, 7, Le32(2) + "\1"s + Le32(1) + Le32(1) + '\0' + Le32(2) + Le32(2)}),
+         "positions: it should hold 2 entries, of which 1 can be read"},
+        {Bytes({7, 7, Le32(1) + '\0' + Le32(1) + Le32(1) + Le32(1) + "endless"}), "of which 0 can"},
+        {Bytes({1, 7, Le32(0) + BookInfo(1).data.substr(5)}), "its fields do not fit into it"},
         {Bytes({1, 7, Le32(0xFFFFFFF7)}), "book information: its fields do not fit into it"},
         {Bytes(BookInfo(1)) + Bytes(BookInfo(2)), "another one of this file id comes before it"},
         {"\4torn", "5 bytes at the end are no record"},

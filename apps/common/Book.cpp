@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
-#include <cstdio>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "base/CFileStream.h"
+#include "base/Handles.h"
 #include "common/Failure.h"
 #include "common/TextDecoder.h"
 
@@ -40,7 +41,7 @@ std::string WhyNoText(const std::string& path, int declaredBytes) {
 }
 
 // Takes over one of the handler's strings: UTF-16 units, ended by a zero.
-BookStrings::Text ToText(unsigned short* string) {
+std::optional<std::string> ToText(unsigned short* string) {
     const QvFormat::MallocPtr<unsigned short> units(string);
     if (units == nullptr)
         return std::nullopt;
@@ -49,7 +50,7 @@ BookStrings::Text ToText(unsigned short* string) {
         bytes += static_cast<char>(*unit & 0xFF);
         bytes += static_cast<char>(*unit >> 8);
     }
-    return TextDecoder().Decode(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+    return TextDecoder().Decode(bytes);
 }
 
 } // namespace
@@ -63,16 +64,10 @@ Book::Book(const std::string& path) : m_sPath(path) {
 }
 
 BookStrings Book::Strings() const {
-    BookStrings strings;
-    strings.title = ToText(m_pHandler->GetTitle());
-    strings.author = ToText(m_pHandler->GetAuthor());
-    strings.year = ToText(m_pHandler->GetYear());
-    strings.month = ToText(m_pHandler->GetMonth());
-    strings.day = ToText(m_pHandler->GetDay());
-    strings.genre = ToText(m_pHandler->GetGenre());
-    strings.publisher = ToText(m_pHandler->GetPublisher());
-    strings.vendor = ToText(m_pHandler->GetVendor());
-    return strings;
+    return {ToText(m_pHandler->GetTitle()),     ToText(m_pHandler->GetAuthor()),
+            ToText(m_pHandler->GetYear()),      ToText(m_pHandler->GetMonth()),
+            ToText(m_pHandler->GetDay()),       ToText(m_pHandler->GetGenre()),
+            ToText(m_pHandler->GetPublisher()), ToText(m_pHandler->GetVendor())};
 }
 
 std::int64_t Book::BlockCount() const {
@@ -91,17 +86,17 @@ std::optional<double> Book::Percent(std::int64_t block) const {
     return std::round(static_cast<double>(block) / last * 1000) / 10;
 }
 
-Chunk Book::ReadChunk(int index) const {
-    Chunk chunk;
+std::optional<std::string> Book::ReadChunk(int index) const {
     int size = 0;
-    chunk.bytes.reset(m_pHandler->GetChunkContent(index, &size));
-    chunk.size = static_cast<std::size_t>(size);
-    return chunk;
+    const QvFormat::MallocPtr<unsigned char> bytes(m_pHandler->GetChunkContent(index, &size));
+    if (bytes == nullptr)
+        return std::nullopt;
+    return std::string(reinterpret_cast<const char*>(bytes.get()), static_cast<std::size_t>(size));
 }
 
 void CheckFile(const std::string& path) {
     struct stat status {};
-    if (stat(path.c_str(), &status) != 0)
+    if (stat(path.c_str(), &status) != 0 || access(path.c_str(), R_OK) != 0)
         throw Failure(path, SystemReason(errno));
     if (S_ISDIR(status.st_mode))
         throw Failure(path, SystemReason(EISDIR));
@@ -109,10 +104,6 @@ void CheckFile(const std::string& path) {
         throw Failure(path, "not a regular file");
     if (status.st_size == 0)
         throw Failure(path, "the file is empty");
-    std::FILE* file = std::fopen(path.c_str(), "rb");
-    if (file == nullptr)
-        throw Failure(path, SystemReason(errno));
-    std::fclose(file);
 }
 
 std::string DamagedChunk(int index, int count) {
@@ -123,7 +114,7 @@ std::string DamagedChunk(int index, int count) {
 void ExplainRefusal(const std::string& path) {
     const Book book(path);
     for (int index = 0; index < book.ChunkCount(); ++index) {
-        if (book.ReadChunk(index).bytes == nullptr)
+        if (!book.ReadChunk(index))
             throw Failure(path, DamagedChunk(index, book.ChunkCount()));
     }
     if (book.DeclaredBytes() == 0)

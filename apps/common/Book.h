@@ -1,12 +1,10 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 
-#include "base/Handles.h"
 #include "umd/CUMDHandler.h"
 
 namespace umdhost {
@@ -14,16 +12,9 @@ namespace umdhost {
 // The library cuts the text into blocks of this many bytes; places in a book are told in blocks.
 constexpr int kBlockBytes = 128;
 
-// One piece of the book's text, UTF-16LE bytes. Pieces may end inside a character.
-struct Chunk {
-    QvFormat::MallocPtr<unsigned char> bytes; // null when the chunk is damaged
-    std::size_t size = 0;
-};
-
-// What a book says about itself, as UTF-8; empty where it says nothing.
+// What a book says about itself, as UTF-8; none where it says nothing.
 struct BookStrings {
-    using Text = std::optional<std::string>;
-    Text title, author, year, month, day, genre, publisher, vendor;
+    std::optional<std::string> title, author, year, month, day, genre, publisher, vendor;
 };
 
 // A book as it lies in its file: descriptions and text, nothing laid out.
@@ -46,8 +37,9 @@ public:
     // How far block `block` is into the book, in percent with one decimal; none outside of it.
     std::optional<double> Percent(std::int64_t block) const;
 
-    // Inflates chunk `index`, counted from 0. Nothing is kept: one chunk at a time is in memory.
-    Chunk ReadChunk(int index) const;
+    // Inflates chunk `index`, counted from 0: one piece of the book's text as UTF-16LE, which may
+    // end inside a character. None when the chunk is damaged.
+    std::optional<std::string> ReadChunk(int index) const;
 
 private:
     std::string m_sPath;

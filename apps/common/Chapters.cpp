@@ -1,6 +1,7 @@
 #include "common/Chapters.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "common/Failure.h"
 #include "common/TextDecoder.h"
@@ -9,17 +10,7 @@ namespace umdhost {
 
 namespace {
 
-// What stands before a chapter in its block: a place counts bytes of that block's own UTF-8.
-struct Lead {
-    std::int64_t offset; // of the chapter in the text, in whole units
-    std::size_t index;   // of the chapter
-    std::string text; // UTF-16LE, from the block's beginning to the end of the chapter's first unit
-
-    std::int64_t BlockOffset() const { return offset - offset % kBlockBytes; }
-    std::int64_t End() const { return offset + kUnitBytes; }
-
-    static constexpr std::int64_t kUnitBytes = 2;
-};
+constexpr std::size_t kUnitBytes = 2; // of UTF-16
 
 std::vector<Chapter> ReadTable(const Book& book) {
     std::vector<Chapter> chapters(static_cast<std::size_t>(book.ChapterCount()));
@@ -31,52 +22,60 @@ std::vector<Chapter> ReadTable(const Book& book) {
 }
 
 // In the order of the text, those that lie in what the book says is its text.
-std::vector<Lead> SortedLeads(const Book& book, const std::vector<Chapter>& chapters) {
-    std::vector<Lead> leads;
-    for (std::size_t i = 0; i < chapters.size(); ++i) {
-        const int offset = chapters[i].offset;
-        if (offset >= 0 && offset < book.DeclaredBytes())
-            leads.push_back({offset - offset % Lead::kUnitBytes, i, {}});
+std::vector<Chapter*> InTextOrder(std::vector<Chapter>& chapters, int declaredBytes) {
+    std::vector<Chapter*> sorted;
+    for (Chapter& chapter : chapters) {
+        if (chapter.offset >= 0 && chapter.offset < declaredBytes)
+            sorted.push_back(&chapter);
     }
-    std::sort(leads.begin(), leads.end(),
-              [](const Lead& a, const Lead& b) { return a.offset < b.offset; });
-    return leads;
+    std::sort(sorted.begin(), sorted.end(),
+              [](const Chapter* a, const Chapter* b) { return a->offset < b->offset; });
+    return sorted;
 }
 
-// Gives each lead what the chunk at `from` has of it. A lead can lie across chunks.
-void TakeText(std::vector<Lead>& leads, const Chunk& chunk, std::int64_t from) {
-    const std::int64_t to = from + static_cast<std::int64_t>(chunk.size);
-    auto lead = std::lower_bound(leads.begin(), leads.end(), from,
-                                 [](const Lead& a, std::int64_t at) { return a.End() <= at; });
-    for (; lead != leads.end() && lead->BlockOffset() < to; ++lead) {
-        const std::int64_t first = std::max(lead->BlockOffset(), from);
-        const std::int64_t last = std::min(lead->End(), to);
-        lead->text.append(reinterpret_cast<const char*>(chunk.bytes.get()) + (first - from),
-                          static_cast<std::size_t>(last - first));
-    }
+std::size_t UnitOf(const Chapter& chapter) {
+    return static_cast<std::size_t>(chapter.offset) / kUnitBytes * kUnitBytes;
 }
 
-// Decoding without the chapter's first unit keeps the first half of a pair back, so that an offset
-// between two halves leads to the first one.
-void SetBegin(Chapter& chapter, const Lead& lead, const Book& book) {
-    const auto size = static_cast<std::size_t>(lead.End() - lead.BlockOffset());
-    if (lead.text.size() != size)
-        return; // the text that is there ends before it
+// A place counts bytes of its block's own UTF-8; `text` is what comes before the chapter in its
+// block. Where that ends with the first half of a pair, the chapter begins with that half.
+void SetPlace(Chapter& chapter, std::string_view text) {
     TextDecoder decoder;
-    const std::string before = decoder.Decode(
-        reinterpret_cast<const unsigned char*>(lead.text.data()), size - Lead::kUnitBytes);
-    const std::int64_t block = lead.offset / kBlockBytes;
-    chapter.place = {static_cast<unsigned int>(block), static_cast<unsigned int>(before.size())};
-    chapter.percent = book.Percent(block).value_or(0);
-    chapter.begin = lead.offset - (decoder.IsInsideCharacter() ? Lead::kUnitBytes : 0);
+    const std::string before = decoder.Decode(text);
+    chapter.place = {static_cast<unsigned int>(UnitOf(chapter) / kBlockBytes),
+                     static_cast<unsigned int>(before.size())};
+    chapter.begin = UnitOf(chapter) - (decoder.IsInsideCharacter() ? kUnitBytes : 0);
 }
 
-// The leads are in the order of the text, which has `textBytes` bytes.
-void SetEnds(std::vector<Chapter>& chapters, const std::vector<Lead>& leads,
-             std::int64_t textBytes) {
-    std::int64_t end = textBytes, next = textBytes;
-    for (auto lead = leads.rbegin(); lead != leads.rend(); ++lead) {
-        Chapter& chapter = chapters[lead->index];
+// Sets the places of the chapters for which there is text, and returns how many bytes there are.
+// One chunk at a time is in memory.
+std::size_t SetPlaces(const std::vector<Chapter*>& sorted, const Book& book) {
+    std::string blocks;    // the chunk, from the beginning of its first block
+    std::size_t begin = 0; // of that in the text
+    auto next = sorted.begin();
+    for (int index = 0; index < book.ChunkCount(); ++index) {
+        const std::optional<std::string> chunk = book.ReadChunk(index);
+        if (!chunk)
+            break; // what follows lies where nobody can tell
+        blocks += *chunk;
+        const std::size_t end = begin + blocks.size();
+        for (; next != sorted.end() && UnitOf(**next) + kUnitBytes <= end; ++next) {
+            const std::size_t inBlock = UnitOf(**next) % kBlockBytes;
+            const std::size_t block = UnitOf(**next) - inBlock;
+            SetPlace(**next, std::string_view(blocks).substr(block - begin, inBlock));
+        }
+        const std::size_t whole = blocks.size() / kBlockBytes * kBlockBytes;
+        blocks.erase(0, whole);
+        begin += whole;
+    }
+    return begin + blocks.size();
+}
+
+// Chapters that begin at the same byte end together.
+void SetEnds(const std::vector<Chapter*>& sorted, std::size_t textBytes) {
+    std::size_t end = textBytes, next = textBytes;
+    for (auto at = sorted.rbegin(); at != sorted.rend(); ++at) {
+        Chapter& chapter = **at;
         if (!chapter.place)
             continue;
         if (chapter.begin != next)
@@ -90,18 +89,9 @@ void SetEnds(std::vector<Chapter>& chapters, const std::vector<Lead>& leads,
 
 std::vector<Chapter> ReadChapters(const Book& book) {
     std::vector<Chapter> chapters = ReadTable(book);
-    std::vector<Lead> leads = SortedLeads(book, chapters);
-    std::int64_t textBytes = 0;
-    for (int index = 0; index < book.ChunkCount() && !leads.empty(); ++index) {
-        const Chunk chunk = book.ReadChunk(index);
-        if (chunk.bytes == nullptr)
-            break; // what follows lies where nobody can tell
-        TakeText(leads, chunk, textBytes);
-        textBytes += static_cast<std::int64_t>(chunk.size);
-    }
-    for (const Lead& lead : leads)
-        SetBegin(chapters[lead.index], lead, book);
-    SetEnds(chapters, leads, textBytes);
+    const std::vector<Chapter*> sorted = InTextOrder(chapters, book.DeclaredBytes());
+    if (!sorted.empty())
+        SetEnds(sorted, SetPlaces(sorted, book));
     return chapters;
 }
 

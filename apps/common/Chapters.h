@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,14 +15,13 @@ struct Chapter {
     std::string title; // UTF-8; empty when the book has none
     int offset = 0;    // in bytes of the text, as the book states it
 
-    // Where it begins, for an exact jump, and how far that is into the book in percent. None when
-    // the offset lies outside of the text; inside a character, that character begins the chapter.
+    // Where it begins, for an exact jump. None when the offset lies outside of the text; inside a
+    // character, that character begins the chapter.
     std::optional<Place> place;
-    double percent = 0;
 
     // The bytes of the text from there to where the next chapter in the text begins.
-    std::int64_t begin = 0;
-    std::int64_t end = 0;
+    std::size_t begin = 0;
+    std::size_t end = 0;
 };
 
 // The book's chapters in the order of its table, however that lies. Reads the whole text once.

@@ -62,7 +62,7 @@ bool WritePlace(const std::string& book, const Place& place) {
     bookmark.SetBlockIndex(place.block);
     bookmark.SetOffset(place.offset);
     return info != nullptr && info->SetReadingBookmark(&bookmark) == QV_S_OK &&
-           entity->Flush() == QV_S_OK;
+           entity->Flush() == QV_S_OK && ReadPlace(book) == place;
 }
 
 } // namespace umdhost

@@ -27,7 +27,7 @@ std::string ReadingDataPath(const std::string& book);
 // Nothing is created or changed.
 std::optional<Place> ReadPlace(const std::string& book);
 
-// Keeps a place beside a book; false when it cannot be written.
+// Keeps a place beside a book; false when it cannot be read back from there.
 bool WritePlace(const std::string& book, const Place& place);
 
 } // namespace umdhost

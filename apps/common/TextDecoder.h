@@ -1,7 +1,7 @@
 #pragma once
 
-#include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace umdhost {
 
@@ -10,7 +10,7 @@ namespace umdhost {
 class TextDecoder {
 public:
     // The UTF-8 of all characters that are whole by now; the beginning of another is kept back.
-    std::string Decode(const unsigned char* bytes, std::size_t size);
+    std::string Decode(std::string_view bytes);
 
     // True while the beginning of a character waits for its end.
     bool IsInsideCharacter() const { return !m_sPending.empty(); }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -24,16 +23,13 @@ public:
 private:
     void AddByte(unsigned char byte);
     void AddUnit(unsigned int unit);
-    bool HasCutCharacter() const { return m_nLastCut >= 0 && m_damagedChunks.empty(); }
-    bool EndsInsideUnit() const { return m_nDeclaredBytes > 0 && m_nDeclaredBytes % 2 != 0; }
-    std::string LengthWarning() const;
 
     std::int64_t m_nDeclaredBytes;
     std::int64_t m_nBytes = 0;
     std::int64_t m_nCharacters = 0;
     std::int64_t m_nLastCut = -1; // byte offset of the last character across two blocks; -1: none
     unsigned int m_nLowByte = 0;
-    bool m_bHighSurrogate = false; // the unit before was the first half of a pair
+    bool m_bFirstHalf = false; // the unit before was the first half of a pair
     std::vector<int> m_damagedChunks;
 };
 

@@ -1,22 +1,48 @@
 #pragma once
 
+#include <limits>
 #include <string>
 
+#include "Reader.h"
+
+// The commands. Each tells what is asked for on standard output and what is damaged on standard
+// error, throws Failure when it can do nothing, and returns the exit status: 1 when something was
+// damaged.
 namespace umdview {
 
-// umdview info: tells what a book is on standard output, for people or as JSON, and what is wrong
-// with it on standard error. Returns the exit status: 1 when part of the book is damaged.
-int RunInfo(const std::string& path, bool json);
+// umdview info: tells what a book is, for people or as JSON.
+int RunInfo(const std::string& book, bool json);
 
-// umdview text: writes the book's text to standard output as UTF-8, chunk by chunk. `raw` keeps
-// paragraph separators; else each is written as a newline. `chapter` asks for that chapter's text
-// alone, counted from 1; 0 is for all. A damaged chunk is told on standard error and left out.
-// Returns the exit status: 1 when a chunk was damaged.
-int RunText(const std::string& path, long chapter, bool raw);
+// umdview text: writes the book's text as UTF-8, chunk by chunk. `raw` keeps paragraph separators;
+// else each is written as a newline. `chapter` asks for that chapter's text alone, counted from 1;
+// 0 is for all. Damaged chunks are left out.
+int RunText(const std::string& book, unsigned int chapter, bool raw);
 
-// umdview readingdata: tells what a reading-data file holds on standard output, for people or as
-// JSON, and what is damaged in it on standard error. `path` is the file's or its book's. Nothing is
-// changed. Returns the exit status: 1 when something is damaged.
+// umdview readingdata: tells what a reading-data file holds, for people or as JSON. `path` is the
+// file's or its book's. Nothing is changed.
 int RunReadingData(const std::string& path, bool json);
+
+// Screens from `first` to `last`, both included, counted from 1 where drawing begins.
+struct ScreenRange {
+    static constexpr long kUnlimited = std::numeric_limits<long>::max();
+    long first = 1;
+    long last = 10;
+};
+
+struct RenderOptions {
+    std::string book;
+    std::string folder; // made when missing
+    std::string format = "png";
+    ScreenRange screens;
+    Look look;
+    float position = 0;       // fraction of the book
+    unsigned int chapter = 0; // where to begin instead, counted from 1; 0: at the position
+    // Begin at the saved place instead, and keep it at the last screen drawn. Else the reader's
+    // place is neither used nor moved.
+    bool resume = false;
+};
+
+// umdview render: draws screens of a book into image files and tells how many went where.
+int RunRender(const RenderOptions& options);
 
 } // namespace umdview

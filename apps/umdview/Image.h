@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 namespace umdview {
@@ -10,5 +11,10 @@ struct Image {
     unsigned int height;
     std::vector<unsigned char> pixels;
 };
+
+// Writes the image to the file `path`, as PGM when that ends in ".pgm", else as PNG. It replaces
+// the file as a whole: whatever goes wrong, no half-written image stands there. Throws Failure when
+// it cannot be written.
+void WriteImage(const std::string& path, const Image& image);
 
 } // namespace umdview

@@ -9,28 +9,20 @@ namespace umdview {
 
 using namespace umdhost;
 
-namespace {
-
-[[noreturn]] void StopWriting(int error) {
-    if (error == EPIPE)
-        throw OutputClosed();
-    throw Failure("standard output", SystemReason(error));
-}
-
-} // namespace
-
 void WriteOut(std::string_view text) {
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
-        StopWriting(errno);
-}
-
-void FlushOut() {
-    if (std::fflush(stdout) != 0)
-        StopWriting(errno);
+    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0)
+        return;
+    if (errno == EPIPE)
+        throw OutputClosed();
+    throw Failure("standard output", SystemReason(errno));
 }
 
 void Report(const std::string& subject, const std::string& reason) {
     std::fprintf(stderr, "umdview: %s: %s\n", subject.c_str(), reason.c_str());
+}
+
+std::string Dump(const Json& json, int indent) {
+    return json.dump(indent, ' ', false, Json::error_handler_t::replace);
 }
 
 std::string ForTerminal(std::string text) {

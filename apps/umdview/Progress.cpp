@@ -32,7 +32,7 @@ Progress::~Progress() {
         std::fputs("\r\033[K", stderr);
 }
 
-void Progress::Show(long screens, int block) {
+void Progress::Show(long screens, unsigned int block) {
     if (Clock::now() < m_nextTime)
         return;
     m_nextTime = Clock::now() + interval;

@@ -14,7 +14,7 @@ public:
     Progress& operator=(const Progress&) = delete;
 
     // Tells that `screens` screens are done, and the block that was reached.
-    void Show(long screens, int block);
+    void Show(long screens, unsigned int block);
 
 private:
     using Clock = std::chrono::steady_clock;

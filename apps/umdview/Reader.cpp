@@ -27,26 +27,25 @@ std::unique_ptr<ITextLayout> NewLayout(const Look& look) {
 
 } // namespace
 
-Reader::Reader(const std::string& path, const Look& look, bool keepsPlace) : m_look(look) {
+Reader::Reader(const std::string& path, const Look& look) : m_look(look) {
     CheckFile(path);
     auto stream = std::make_unique<CFileStream>(
         reinterpret_cast<const unsigned char*>(path.c_str()), FileOpenRead);
     auto layout = NewLayout(look);
-    std::string beside = keepsPlace ? path : ""; // without a name there is no reading data
+    char noPath[] = ""; // else the renderer would keep the place of every look at the book
     m_renderer.SetFontSize(look.letterSize);
     // Stream and layout are the renderer's from here on.
-    const QVRESULT result =
-        m_renderer.Initialize(stream.release(), layout.release(), beside.data());
+    const QVRESULT result = m_renderer.Initialize(stream.release(), layout.release(), noPath);
     if (result == QV_E_OUTOFMEMORY)
         throw std::bad_alloc();
     if (result != QV_S_OK)
         ExplainRefusal(path);
 }
 
-int Reader::Block() {
+Place Reader::Begin() {
     int block = 0, offset = 0;
     m_renderer.GetCurPosition(&block, &offset);
-    return block;
+    return {static_cast<unsigned int>(block), static_cast<unsigned int>(offset)};
 }
 
 bool Reader::GoTo(float fraction) {
@@ -56,12 +55,6 @@ bool Reader::GoTo(float fraction) {
 bool Reader::GoTo(const Place& place) {
     return m_renderer.UmdSetText(static_cast<int>(place.block), static_cast<int>(place.offset)) !=
            0;
-}
-
-// The library loads the text at the saved place with the first drawing, of whatever size.
-bool Reader::ShowSavedPlace() {
-    unsigned char pixel = 0;
-    return m_renderer.DrawCurScreen({0, &pixel, 1, 1, 1}, 0, 0) == QV_S_OK;
 }
 
 bool Reader::TurnPage() {

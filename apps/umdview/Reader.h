@@ -23,19 +23,17 @@ struct Look {
 // the lines, are settings of the layout.
 class Reader {
 public:
-    // Opens the book. With `keepsPlace` it begins at the place saved beside the book, and saves the
-    // place when it goes; else that place is neither used nor moved. Throws Failure, saying what is
-    // wrong with the file, when the library refuses it.
-    Reader(const std::string& path, const Look& look, bool keepsPlace);
+    // Opens the book, and neither uses nor moves the place saved beside it. Throws Failure, saying
+    // what is wrong with the file, when the library refuses it.
+    Reader(const std::string& path, const Look& look);
 
     int BlockCount() { return m_renderer.GetBlockCount(); }
-    int Block(); // in which the screen shown begins
+    umdhost::Place Begin(); // of the screen shown
 
-    // Show the screen at a fraction of the book (from 0, its beginning, to 1, its end), at a place,
-    // or at the saved place; false when the text there is damaged.
+    // Show the screen at a fraction of the book (from 0, its beginning, to 1, its end) or at a
+    // place; false when the text there is damaged.
     bool GoTo(float fraction);
     bool GoTo(const umdhost::Place& place);
-    bool ShowSavedPlace();
 
     // Shows the next screen; false when there is none, or when its text is damaged.
     bool TurnPage();

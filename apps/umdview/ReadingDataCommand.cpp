@@ -1,115 +1,111 @@
 #include "Commands.h"
 
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <set>
 
 #include "Output.h"
 #include "QvpNodeType.h"
-#include "ReadingDataFile.h"
 #include "RecordDecoder.h"
+#include "common/Book.h"
+#include "common/Failure.h"
+#include "common/SavedPlace.h"
 
 namespace umdview {
 
 using namespace QvFormat;
+using namespace umdhost;
 
 namespace {
 
-const char* NameOf(int type) {
-    constexpr const char* names[] = {"free",     "book information", "path table", "index list",
-                                     "tag list", "positions",        "ranges",     "comments"};
-    return type <= QvpNodeCommentAnnotations ? names[type] : "unknown";
+constexpr std::string_view kMagic = "QVP";
+constexpr std::size_t kHeaderBytes = 5; // the magic, version, revision
+constexpr std::size_t kVersionAt = 3;
+constexpr std::size_t kRevisionAt = 4;
+
+// `path` is the file's, or its book's.
+std::string Find(const std::string& path) {
+    std::error_code error;
+    std::string beside = ReadingDataPath(path);
+    return std::filesystem::exists(beside, error) ? beside : path;
 }
 
-// The document, while it is built record by record.
-struct Document {
-    Json records = Json::array();
-    Json damage = Json::array();
-    std::uint64_t deadBytes = 0; // data of free records
+std::string ReadBytes(const std::string& file, const std::string& path) {
+    CheckFile(file);
+    std::ifstream stream(file, std::ios::binary);
+    std::string bytes(std::istreambuf_iterator<char>(stream), {});
+    if (bytes.compare(0, kMagic.size(), kMagic) != 0)
+        throw Failure(file, "not a reading-data file" +
+                                (file == path ? ", and there is no " + ReadingDataPath(path) : ""));
+    if (bytes.size() < kHeaderBytes)
+        throw Failure(file, "damaged: its header is cut off");
+    return bytes;
+}
+
+// Adds the records, what is damaged in them, and the bytes that free ones hold.
+void AddRecords(Json& document, std::string_view bytes) {
+    std::uint64_t deadBytes = 0;
     std::set<std::uint32_t> idsWithInfo;
-};
-
-// Adds what the library reads of a whole record, and returns what is wrong with it.
-std::string AddContent(Document& document, const ReadingDataFile& file, const Record& record) {
-    std::string wrong;
-    Json content = DecodeRecord(file, record, &wrong);
-    if (!content.is_null())
-        document.records.back()["content"] = std::move(content);
-    // Of book information the library uses the first record only.
-    if (record.type == QvpNodeBookInfo && !document.idsWithInfo.insert(record.id).second)
-        return "another one of this file id comes before it";
-    return wrong;
+    DataReader rest(bytes.substr(kHeaderBytes));
+    while (rest.Left() >= kRecordHeaderBytes) {
+        const std::size_t offset = bytes.size() - rest.Left();
+        const Record record = TakeRecord(rest);
+        std::string wrong;
+        const Json& json = document["records"].emplace_back(ToJson(record, offset, &wrong));
+        if (record.type == QvpNodeFree)
+            deadBytes += record.data.size();
+        // Of book information the library uses the first record only.
+        if (record.type == QvpNodeBookInfo && wrong.empty() &&
+            !idsWithInfo.insert(record.id).second)
+            wrong = "another one of this file id comes before it";
+        if (!wrong.empty())
+            document["damage"].push_back("record at offset " + std::to_string(offset) + ", " +
+                                         json["name"].get<std::string>() + ": " + wrong);
+    }
+    if (rest.Left() > 0)
+        document["damage"].push_back(std::to_string(rest.Left()) +
+                                     " bytes at the end are no record");
+    document["deadBytes"] = deadBytes;
 }
 
-void Add(Document& document, const ReadingDataFile& file, const Record& record) {
-    document.records.push_back({{"offset", record.offset},
-                                {"type", record.type},
-                                {"name", NameOf(record.type)},
-                                {"id", record.id},
-                                {"length", record.length}});
-    std::string wrong;
-    if (record.missing > 0)
-        wrong = "it is cut off; " + std::to_string(record.missing) + " of its " +
-                std::to_string(record.length) + " bytes are missing";
-    else if (record.type != QvpNodeFree)
-        wrong = AddContent(document, file, record);
-    if (!wrong.empty())
-        document.damage.push_back("record at offset " + std::to_string(record.offset) + ", " +
-                                  NameOf(record.type) + ": " + wrong);
-    if (record.type == QvpNodeFree)
-        document.deadBytes += record.length - record.missing;
-}
-
-Json ToJson(const ReadingDataFile& file) {
-    Document document;
-    Record record = {};
-    std::int64_t at = ReadingDataFile::kHeaderBytes;
-    for (; file.RecordAt(at, &record);
-         at += ReadingDataFile::kRecordHeaderBytes + std::int64_t{record.length})
-        Add(document, file, record);
-    const std::int64_t left = static_cast<std::int64_t>(file.bytes.size()) - at;
-    if (left > 0)
-        document.damage.push_back(std::to_string(left) + " bytes at the end are no record");
-    return {{"file", file.path},
-            {"version", file.bytes[3]},
-            {"revision", file.bytes[4]},
-            {"size", file.bytes.size()},
-            {"deadBytes", document.deadBytes},
-            {"records", std::move(document.records)},
-            {"damage", std::move(document.damage)}};
-}
-
-std::string Dump(const Json& json, int indent = -1) {
-    return json.dump(indent, ' ', false, Json::error_handler_t::replace);
+Json ToJson(const std::string& file, std::string_view bytes) {
+    Json document = {{"file", file},
+                     {"version", static_cast<unsigned char>(bytes[kVersionAt])},
+                     {"revision", static_cast<unsigned char>(bytes[kRevisionAt])},
+                     {"size", bytes.size()},
+                     {"deadBytes", 0},
+                     {"records", Json::array()},
+                     {"damage", Json::array()}};
+    AddRecords(document, bytes);
+    return document;
 }
 
 // For people: a line for what is simple, deeper lines for what holds more. Strings stand in quotes,
 // with escapes, so that their ends can be seen.
-void WriteIndented(const Json& json, const std::string& indent) {
+std::string ToLines(const Json& json, const std::string& indent) {
+    std::string lines;
     for (const auto& [key, value] : json.items()) {
-        const std::string name = json.is_array() ? indent + "-" : indent + key + ":";
-        if (value.empty()) {
-            WriteOut(name + " -\n");
-        } else if (value.is_structured()) {
-            WriteOut(name + "\n");
-            WriteIndented(value, indent + "  ");
-        } else {
-            WriteOut(name + " " + ForTerminal(Dump(value)) + "\n");
-        }
+        lines.append(indent).append(json.is_array() ? "-" : key + ":");
+        if (value.empty())
+            lines += " -\n";
+        else if (value.is_structured())
+            lines += "\n" + ToLines(value, indent + "  ");
+        else
+            lines += " " + ForTerminal(Dump(value)) + "\n";
     }
+    return lines;
 }
 
 } // namespace
 
 int RunReadingData(const std::string& path, bool json) {
-    const ReadingDataFile file = ReadReadingData(path);
-    const Json document = ToJson(file);
-    if (json)
-        WriteOut(Dump(document, 2) + "\n");
-    else
-        WriteIndented(document, "");
-    FlushOut();
+    const std::string file = Find(path);
+    const Json document = ToJson(file, ReadBytes(file, path));
+    WriteOut(json ? Dump(document, 2) + "\n" : ToLines(document, ""));
     for (const std::string damage : document["damage"])
-        Report(file.path, "damaged: " + damage);
+        Report(file, "damaged: " + damage);
     return document["damage"].empty() ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 

@@ -1,19 +1,10 @@
 #include "RecordDecoder.h"
 
 #include <algorithm>
-#include <memory>
-#include <new>
+#include <vector>
 
-#include "IBookAnnotation.h"
-#include "IBookIndexProxy.h"
-#include "IBookInfoProxy.h"
-#include "IBookPathTableProxy.h"
-#include "IBookTagProxy.h"
+#include "DataReader.h"
 #include "QvpNodeType.h"
-#include "base/CMemoryStream.h"
-#include "readingdata/CBookAnnotationImpl.h"
-#include "readingdata/CBookAnnotationListProxy.h"
-#include "readingdata/CQvpFile.h"
 
 namespace umdview {
 
@@ -21,187 +12,180 @@ using namespace QvFormat;
 
 namespace {
 
-constexpr std::uint32_t kCountBytes = 4; // every record of a list begins with its count
+constexpr std::size_t kTagBytes = 50;
+constexpr std::size_t kPlaceBytes = 9; // bookmark type, block index, offset
+constexpr std::size_t kCountBytes = 4; // every record of a list begins with its count
 
-// False for what the file does not hold.
-bool Succeeded(QVRESULT result) {
-    if (result == QV_E_OUTOFMEMORY)
-        throw std::bad_alloc();
-    return result == QV_S_OK;
-}
-
-template<typename Interface>
-std::unique_ptr<Interface> Own(Interface* object) {
-    if (object == nullptr)
-        throw std::bad_alloc();
-    return std::unique_ptr<Interface>(object);
-}
-
-// Takes the string over.
-Json StringToJson(char* text) {
-    return std::unique_ptr<char[]>(text).get();
-}
-
-Json NumberToJson(int number) {
-    return number;
-}
-
-Json PathToJson(QvpPathItem item) {
-    return {
-        {"value0", item.nValue0}, {"value1", item.nValue1}, {"path", StringToJson(item.pszPath)}};
-}
-
-Json AnnotationToJson(IBookAnnotation& annotation) {
-    unsigned int block = 0, offset = 0, length = 0;
-    annotation.GetBlockIndex(&block);
-    annotation.GetOffset(&offset);
-    Json json = {{"block", block}, {"offset", offset}};
-    auto type = QvAnnotationPosition;
-    annotation.GetAnnotationType(&type);
-    if (type != QvAnnotationPosition && annotation.GetLength(&length) == QV_S_OK)
-        json["length"] = length;
-    char* comment = nullptr;
-    if (Succeeded(annotation.GetComment(&comment)))
-        json["comment"] = StringToJson(comment);
-    return json;
-}
-
-// --- lists --------------------------------------------------------------------------------------
-
-// Takes the proxy over.
-template<typename Proxy, typename Entry>
-Json ListOf(Proxy* delivered, QVRESULT (Proxy::*get)(Entry**, unsigned int*),
-            Json (*toJson)(Entry)) {
-    const auto proxy = Own(delivered);
-    Entry* list = nullptr;
-    unsigned int count = 0;
-    Succeeded((proxy.get()->*get)(&list, &count));
-    const std::unique_ptr<Entry[]> owner(list);
-    Json entries = Json::array();
-    for (unsigned int i = 0; i < count; ++i)
-        entries.push_back(toJson(list[i]));
-    return entries;
-}
-
-Json DecodeAnnotations(CQvpFile& file, const Record& record) {
-    CBookAnnotationListProxy proxy(&file, record.id);
-    const auto type = static_cast<QvAnnotationType>(record.type - QvpNodePositionAnnotations);
-    IBookAnnotation* list = nullptr;
-    unsigned int count = 0;
-    Succeeded(proxy.GetAnnotationList(type, &list, &count));
-    // The interface has no size to step by.
-    const std::unique_ptr<CBookAnnotationImpl[]> owner(static_cast<CBookAnnotationImpl*>(list));
-    Json entries = Json::array();
-    for (unsigned int i = 0; i < count; ++i)
-        entries.push_back(AnnotationToJson(owner[i]));
-    return entries;
-}
-
-Json DecodeList(CQvpFile& file, const Record& record) {
-    IBookPathTableProxy* paths = nullptr;
-    IBookIndexProxy* index = nullptr;
-    IBookTagProxy* tags = nullptr;
-    switch (record.type) {
-    case QvpNodePathTable:
-        file.GetPathTableProxy(&paths);
-        return ListOf(paths, &IBookPathTableProxy::GetPathTable, PathToJson);
-    case QvpNodeIndexList:
-        file.GetIndexProxy(&index, record.id);
-        return ListOf(index, &IBookIndexProxy::GetIndexList, NumberToJson);
-    case QvpNodeTagList:
-        file.GetTagProxy(&tags, record.id);
-        return ListOf(tags, &IBookTagProxy::GetTagList, StringToJson);
-    default:
-        return DecodeAnnotations(file, record);
-    }
-}
-
-// --- book information ---------------------------------------------------------------------------
-
-struct StringField {
+struct Field {
     const char* name;
-    QVRESULT (IBookInfoProxy::*get)(char**);
+    Json (*read)(DataReader&);
 };
 
-constexpr StringField kStringFields[] = {
-    {"bookName", &IBookInfoProxy::GetBookName},
-    {"author", &IBookInfoProxy::GetAuthorName},
-    {"coverPagePath", &IBookInfoProxy::GetCoverPagePath},
-    {"publisher", &IBookInfoProxy::GetPublisherName},
-    {"isbn", &IBookInfoProxy::GetISBN},
-    {"summary", &IBookInfoProxy::GetSummary},
-    {"latestSection", &IBookInfoProxy::GetLatestSection},
+using Fields = std::vector<Field>; // in the order of their bytes
+
+Json ReadFields(DataReader& data, const Fields& fields) {
+    Json values;
+    for (const Field& field : fields)
+        values[field.name] = field.read(data);
+    return values;
+}
+
+// --- what a field may be; null: what the library finds nothing in -------------------------------
+
+Json Byte(DataReader& data) {
+    return data.Byte();
+}
+
+Json Flag(DataReader& data) {
+    return data.Byte() != 0;
+}
+
+Json Number(DataReader& data) {
+    return data.Integer();
+}
+
+Json SignedNumber(DataReader& data) {
+    return static_cast<std::int32_t>(data.Integer());
+}
+
+Json String(DataReader& data) {
+    return data.String();
+}
+
+// A string that ends somewhere in its room.
+Json StringIn(std::string_view room) {
+    const std::size_t end = room.find('\0');
+    return end == std::string_view::npos ? Json(nullptr) : Json(room.substr(0, end));
+}
+
+Json Tag(DataReader& data) {
+    return StringIn(data.Take(kTagBytes));
+}
+
+std::string_view TakeSlot(DataReader& data) {
+    const std::uint32_t capacity = data.Integer();
+    if (capacity == 0)
+        throw DataReader::CutOff();
+    return data.Take(capacity);
+}
+
+Json StringSlot(DataReader& data) {
+    return StringIn(TakeSlot(data));
+}
+
+// The first field of an annotation, after a bookmark type of which 0 is the only one.
+Json Block(DataReader& data) {
+    const bool known = data.Byte() == 0;
+    const Json block = data.Integer();
+    return known ? block : Json(nullptr);
+}
+
+Json BookmarkSlot(DataReader& data) {
+    DataReader slot(TakeSlot(data));
+    if (slot.Left() < kPlaceBytes)
+        return nullptr;
+    Json place = ReadFields(slot, {{"block", Block}, {"offset", Number}});
+    return place["block"].is_null() ? Json(nullptr) : place;
+}
+
+// --- records ------------------------------------------------------------------------------------
+
+// A type of records, and the fields of a list's entry or of book information.
+struct Layout {
+    std::string name;
+    Fields fields;
 };
 
-// Null where the library finds no string: one without an end, or the section of a finished book.
-Json StringOf(IBookInfoProxy& info, const StringField& field) {
-    char* text = nullptr;
-    return Succeeded((info.*field.get)(&text)) ? StringToJson(text) : nullptr;
+const Layout& LayoutOf(std::uint32_t type) {
+    static const Layout layouts[] = {
+        {"free", {}},
+        {"book information",
+         {{"bookName", StringSlot},
+          {"author", StringSlot},
+          {"coverPagePath", StringSlot},
+          {"publisher", StringSlot},
+          {"isbn", StringSlot},
+          {"summary", StringSlot},
+          {"bookSource", Byte},
+          {"readingProgress", Number},
+          {"readingBookmark", BookmarkSlot},
+          {"serialized", Flag},
+          {"latestSection", StringSlot}}},
+        {"path table", {{"value0", Number}, {"value1", Number}, {"path", String}}},
+        {"index list", {{"number", SignedNumber}}},
+        {"tag list", {{"tag", Tag}}},
+        {"positions", {{"block", Block}, {"offset", Number}}},
+        {"ranges", {{"block", Block}, {"offset", Number}, {"length", Number}}},
+        {"comments",
+         {{"block", Block}, {"offset", Number}, {"length", Number}, {"comment", String}}},
+        {"unknown", {}}};
+    constexpr std::uint32_t unknown = QvpNodeCommentAnnotations + 1;
+    return layouts[std::min(type, unknown)];
 }
 
-Json BookmarkOf(IBookInfoProxy& info) {
-    IBookAnnotation* delivered = nullptr;
-    Succeeded(info.GetReadingBookmark(&delivered));
-    const std::unique_ptr<IBookAnnotation> bookmark(delivered);
-    return bookmark == nullptr ? Json(nullptr) : AnnotationToJson(*bookmark);
+// An entry of one field is that field. One that begins with null is passed over, as by the library.
+Json ReadEntries(DataReader& data, std::uint32_t count, const Fields& fields) {
+    Json entries = Json::array();
+    try {
+        for (; count > 0; --count) {
+            Json entry = ReadFields(data, fields);
+            if (!entry.front().is_null())
+                entries.push_back(fields.size() == 1 ? entry.front() : entry);
+        }
+    } catch (const DataReader::CutOff&) {
+        // The record holds fewer entries than it says.
+    }
+    return entries;
 }
 
-Json DecodeBookInfo(CQvpFile& file, unsigned int id, std::string* wrong) {
-    IBookInfoProxy* delivered = nullptr;
-    file.GetInfoProxy(&delivered, id);
-    const auto info = Own(delivered);
-    unsigned int progress = 0;
-    if (!Succeeded(info->GetReadingProgress(&progress))) {
+Json ReadList(DataReader& data, const Fields& fields, std::string* wrong) {
+    if (data.Left() < kCountBytes) {
+        *wrong = "it is too short for a list";
+        return nullptr;
+    }
+    const std::uint32_t count = data.Integer();
+    Json entries = ReadEntries(data, count, fields);
+    if (entries.size() != count)
+        *wrong = "it should hold " + std::to_string(count) + " entries, of which " +
+                 std::to_string(entries.size()) + " can be read";
+    return entries;
+}
+
+Json ReadContent(const Record& record, const Fields& fields, std::string* wrong) {
+    DataReader data(record.data);
+    if (record.type != QvpNodeBookInfo)
+        return ReadList(data, fields, wrong);
+    try {
+        return ReadFields(data, fields);
+    } catch (const DataReader::CutOff&) {
         *wrong = "its fields do not fit into it; the library neither reads nor replaces it";
         return nullptr;
     }
-    int serialized = 0;
-    auto source = QvBookSourceDefault;
-    info->GetIsSerialized(&serialized);
-    info->GetBookSource(&source);
-    Json json;
-    for (const StringField& field : kStringFields)
-        json[field.name] = StringOf(*info, field);
-    json["bookSource"] = static_cast<int>(source);
-    json["readingProgress"] = progress;
-    json["serialized"] = serialized != 0;
-    json["readingBookmark"] = BookmarkOf(*info);
-    return json;
-}
-
-// A reading-data file of this one record: what the library makes of it is then known without a
-// search through all others.
-CMemoryStream Extract(const ReadingDataFile& file, const Record& record) {
-    constexpr long before = ReadingDataFile::kHeaderBytes;
-    const long size =
-        before + ReadingDataFile::kRecordHeaderBytes + static_cast<long>(record.length);
-    auto* bytes = static_cast<unsigned char*>(::operator new(static_cast<std::size_t>(size)));
-    std::copy_n(file.bytes.begin(), before, bytes);
-    std::copy_n(file.bytes.begin() + record.offset, size - before, bytes + before);
-    return CMemoryStream(bytes, size);
 }
 
 } // namespace
 
-Json DecodeRecord(const ReadingDataFile& file, const Record& record, std::string* wrong) {
-    if (record.length == 0 || record.type > QvpNodeCommentAnnotations)
-        return nullptr;
-    CMemoryStream stream = Extract(file, record);
-    CQvpFile one; // on a stream it never writes
-    if (!Succeeded(one.Open(&stream)))
-        *wrong = "it cannot be read";
-    else if (record.type == QvpNodeBookInfo)
-        return DecodeBookInfo(one, record.id, wrong);
-    else if (record.length < kCountBytes)
-        *wrong = "it is too short for a list";
-    if (!wrong->empty())
-        return nullptr;
-    Json entries = DecodeList(one, record);
-    const auto said = file.IntegerAt(record.offset + ReadingDataFile::kRecordHeaderBytes);
-    if (entries.size() != said)
-        *wrong = "it should hold " + std::to_string(said) + " entries, of which " +
-                 std::to_string(entries.size()) + " can be read";
-    return entries;
+Record TakeRecord(DataReader& file) {
+    const std::uint32_t type = file.Byte();
+    const std::uint32_t id = file.Integer();
+    const std::uint32_t length = file.Integer();
+    return {type, id, length, file.Take(std::min<std::size_t>(length, file.Left()))};
+}
+
+Json ToJson(const Record& record, std::size_t offset, std::string* wrong) {
+    const Layout& layout = LayoutOf(record.type);
+    Json json = {{"offset", offset},
+                 {"type", record.type},
+                 {"name", layout.name},
+                 {"id", record.id},
+                 {"length", record.length}};
+    const std::size_t missing = record.length - record.data.size();
+    if (missing > 0)
+        *wrong = "it is cut off; " + std::to_string(missing) + " of its " +
+                 std::to_string(record.length) + " bytes are missing";
+    else if (record.length > 0 && !layout.fields.empty())
+        json["content"] = ReadContent(record, layout.fields, wrong);
+    return json;
 }
 
 } // namespace umdview

@@ -1,4 +1,4 @@
-#include "RenderCommand.h"
+#include "Commands.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -32,14 +32,10 @@ void MakeFolder(const std::string& folder) {
 }
 
 // "screen-0001.png"
-std::string FileName(long screen, ImageFormat format) {
+std::string FileName(long screen, const RenderOptions& options) {
     char number[24];
     std::snprintf(number, sizeof(number), "%04ld", screen);
-    return std::string("screen-") + number + "." + NameOf(format);
-}
-
-std::string FilePath(long screen, const RenderOptions& options) {
-    return (std::filesystem::path(options.folder) / FileName(screen, options.format)).string();
+    return std::string("screen-") + number + "." + options.format;
 }
 
 // Why part of a book's text cannot be shown.
@@ -70,28 +66,25 @@ bool PassOver(Reader& reader, int block, long afterScreen, Drawn& drawn) {
     return shown;
 }
 
-// The saved place, unless the book does not have it, as when another book lay there before.
-std::optional<Place> PlaceToResume(const RenderOptions& options, int blockCount) {
-    const std::optional<Place> place = ReadPlace(options.book);
-    if (!place || place->block < static_cast<unsigned int>(blockCount))
-        return place;
+// Where drawing begins, if that is not asked for as a position.
+std::optional<Place> FirstPlace(const RenderOptions& options, int blockCount) {
+    if (options.chapter > 0)
+        return FindChapter(Book(options.book), options.chapter).place;
+    const std::optional<Place> saved = options.resume ? ReadPlace(options.book) : std::nullopt;
+    if (!saved || saved->block < static_cast<unsigned int>(blockCount))
+        return saved;
+    // The book does not have it, as when another book lay there before.
     Report(options.book, "the saved place is outside of the book: beginning at the start");
     return std::nullopt;
 }
 
 // Shows the screen that drawing begins with, or else the first one after it that can be shown.
 void OpenAt(Reader& reader, const RenderOptions& options, Drawn& drawn) {
-    std::optional<Place> place;
-    if (options.resume)
-        place = PlaceToResume(options, reader.BlockCount());
-    if (options.chapter > 0)
-        place = FindChapter(Book(options.book), options.chapter).place;
-    const bool shown = !place           ? reader.GoTo(options.position)
-                       : options.resume ? reader.ShowSavedPlace()
-                                        : reader.GoTo(*place);
+    const std::optional<Place> place = FirstPlace(options, reader.BlockCount());
     const auto last = static_cast<float>(reader.BlockCount() - 1);
     const int block =
         place ? static_cast<int>(place->block) : static_cast<int>(options.position * last);
+    const bool shown = place ? reader.GoTo(*place) : reader.GoTo(options.position);
     if (shown || PassOver(reader, block, 0, drawn))
         return;
     ReportDamage(options.book);
@@ -100,13 +93,14 @@ void OpenAt(Reader& reader, const RenderOptions& options, Drawn& drawn) {
 
 // Pages through the screens and draws those asked for. Only one screen is in memory at a time.
 void DrawScreens(Reader& reader, const RenderOptions& options, Drawn& drawn) {
+    const std::filesystem::path folder(options.folder);
     Progress progress(reader.BlockCount());
     for (;; ++drawn.lastShown) {
         if (drawn.lastShown >= options.screens.first) {
-            WriteImage(FilePath(drawn.lastShown, options), reader.Draw(), options.format);
+            WriteImage(folder / FileName(drawn.lastShown, options), reader.Draw());
             ++drawn.count;
         }
-        progress.Show(drawn.lastShown, reader.Block());
+        progress.Show(drawn.lastShown, reader.Begin().block);
         if (drawn.lastShown == options.screens.last)
             return;
         reader.PrepareTurn();
@@ -117,24 +111,14 @@ void DrawScreens(Reader& reader, const RenderOptions& options, Drawn& drawn) {
     }
 }
 
-std::string Screens(long count) {
-    return std::to_string(count) + (count == 1 ? " screen" : " screens");
-}
-
-std::string FileNames(const Drawn& drawn, ImageFormat format) {
-    const std::string last = FileName(drawn.lastShown, format);
-    if (drawn.count == 1)
-        return " (" + last + ")";
-    return " (" + FileName(drawn.lastShown - drawn.count + 1, format) + " to " + last + ")";
-}
-
 // "10 screens drawn to out/ (screen-0001.png to screen-0010.png)"
 std::string Summary(const Drawn& drawn, const RenderOptions& options) {
-    std::string line = Screens(drawn.count) + " drawn to " + options.folder;
-    if (line.back() != '/')
-        line += '/';
+    std::string line = std::to_string(drawn.count) + (drawn.count == 1 ? " screen" : " screens") +
+                       " drawn to " + (std::filesystem::path(options.folder) / "").string();
+    const std::string first = FileName(drawn.lastShown - drawn.count + 1, options);
+    const std::string last = FileName(drawn.lastShown, options);
     if (drawn.count > 0)
-        line += FileNames(drawn, options.format);
+        line += " (" + (drawn.count == 1 ? last : first + " to " + last) + ")";
     const bool cutOff = !drawn.gaps.empty() && drawn.gaps.back().afterScreen == drawn.lastShown;
     if (drawn.toTheEnd)
         line += (cutOff ? ", nothing can be shown after screen " : ", the book ends at screen ") +
@@ -151,36 +135,11 @@ void ReportGaps(const Drawn& drawn, const std::string& book) {
                          std::to_string(gap.afterScreen) + " could not be shown");
 }
 
-// A reader saves the place when it goes; a run that draws nothing or fails must not move it. So
-// this outlives the reader.
-struct PlaceGuard {
-    const std::string& book;
-    Place before = ReadPlace(book).value_or(Place());
-    bool restores = false;
-    ~PlaceGuard() {
-        if (restores)
-            WritePlace(book, before);
-    }
-};
-
-Drawn Render(const RenderOptions& options) {
-    PlaceGuard guard{options.book};
-    Reader reader(options.book, options.look, options.resume);
-    guard.restores = options.resume;
-    Drawn drawn;
-    MakeFolder(options.folder);
-    OpenAt(reader, options, drawn);
-    DrawScreens(reader, options, drawn);
-    guard.restores = options.resume && drawn.count == 0;
-    return drawn;
-}
-
-// The library reads a book whose place it cannot save, and says nothing about it.
-bool IsPlaceKept(const RenderOptions& options) {
-    const std::string path = ReadingDataPath(options.book);
-    const int error = access(path.c_str(), W_OK) == 0 ? 0 : errno;
-    if (error == 0 && ReadPlace(options.book))
+bool KeepPlace(const Place& place, const std::string& book) {
+    if (WritePlace(book, place))
         return true;
+    const std::string path = ReadingDataPath(book);
+    const int error = access(path.c_str(), W_OK) == 0 ? 0 : errno;
     Report(path, "the place cannot be kept: " +
                      (error != 0 ? SystemReason(error) : "it holds no place that can be read"));
     return false;
@@ -189,11 +148,15 @@ bool IsPlaceKept(const RenderOptions& options) {
 } // namespace
 
 int RunRender(const RenderOptions& options) {
-    const Drawn drawn = Render(options);
+    Reader reader(options.book, options.look);
+    MakeFolder(options.folder);
+    Drawn drawn;
+    OpenAt(reader, options, drawn);
+    DrawScreens(reader, options, drawn);
+    const bool keepsPlace = options.resume && drawn.count > 0;
+    const bool kept = !keepsPlace || KeepPlace(reader.Begin(), options.book);
     WriteOut(Summary(drawn, options));
-    FlushOut();
     ReportGaps(drawn, options.book);
-    const bool kept = !options.resume || IsPlaceKept(options);
     return drawn.gaps.empty() && kept ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 

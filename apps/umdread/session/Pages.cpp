@@ -190,9 +190,7 @@ std::string Pages::Bytes(int block) {
 }
 
 std::string Pages::TextAt(const Place& place, long characters) {
-    const std::string bytes = Bytes(static_cast<int>(place.block));
-    const std::string text = umdhost::TextDecoder().Decode(
-        reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+    const std::string text = umdhost::TextDecoder().Decode(Bytes(static_cast<int>(place.block)));
     std::size_t begin = std::min<std::size_t>(place.offset, text.size());
     while (begin < text.size() &&
            (text[begin] & 0xC0) == 0x80) // inside a character: a damaged mark

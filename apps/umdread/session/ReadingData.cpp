@@ -146,7 +146,7 @@ void ReadingData::Refresh() {
 
 bool ReadingData::SavePlace(const Place& place) {
     const Lock lock(m_sBook);
-    return umdhost::WritePlace(m_sBook, place) && ReadPlace() == place;
+    return umdhost::WritePlace(m_sBook, place);
 }
 
 bool ReadingData::IsWritable() {

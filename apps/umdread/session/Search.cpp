@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <string_view>
 
 #include <glib.h>
 
@@ -55,12 +56,12 @@ Search::Search(const std::string& path, const std::string& text)
 bool Search::Step() {
     if (m_sNeedle.empty() || m_nChunk == m_book.ChunkCount() || m_hits.size() == kMostHits)
         return false;
-    const umdhost::Chunk chunk = m_book.ReadChunk(m_nChunk++);
-    if (chunk.bytes == nullptr) {
+    const std::optional<std::string> chunk = m_book.ReadChunk(m_nChunk++);
+    if (!chunk) {
         m_nChunk = m_book.ChunkCount();
         return false;
     }
-    m_bytes.append(reinterpret_cast<const char*>(chunk.bytes.get()), chunk.size);
+    m_bytes += *chunk;
     const Table& fold = FoldTable();
     for (std::size_t unit = m_folded.size(); unit < m_bytes.size() / 2 && m_nUnitsLeft > 0;
          ++unit) {
@@ -106,7 +107,7 @@ void Search::AddHit(std::size_t unit) {
 
 std::string Search::Text(std::size_t from, std::size_t to) const {
     return umdhost::TextDecoder().Decode(
-        reinterpret_cast<const unsigned char*>(m_bytes.data()) + 2 * from, 2 * (to - from));
+        std::string_view(m_bytes).substr(2 * from, 2 * (to - from)));
 }
 
 // Whole blocks, and so many that a hit to come keeps its surroundings.
