@@ -100,13 +100,6 @@ QVRESULT CBookInfoProxyImpl::Prepare(QVRESULT refused, int readOnly) {
     return ready ? QV_S_OK : QV_E_FAIL;
 }
 
-QVRESULT CBookInfoProxyImpl::PrepareSet() {
-    const QVRESULT result = Prepare(CheckProxy(m_pFile, true), 0);
-    if (result == QV_S_OK)
-        m_pNode->bModified = 1;
-    return result;
-}
-
 // --- strings ------------------------------------------------------------------------------------
 
 QVRESULT CBookInfoProxyImpl::GetString(Offset slot, char** out) {
@@ -205,6 +198,17 @@ QVRESULT CBookInfoProxyImpl::SetSummary(char const* summary, unsigned int length
 
 // --- numbers ------------------------------------------------------------------------------------
 
+QVRESULT CBookInfoProxyImpl::SetNumber(Offset field, unsigned int number, std::size_t size) {
+    const QVRESULT result = Prepare(CheckProxy(m_pFile, true), 0);
+    if (result != QV_S_OK)
+        return result;
+    unsigned char bytes[sizeof number];
+    StoreLE32(bytes, number);
+    std::copy_n(bytes, size, Field(this->*field));
+    m_pNode->bModified = 1;
+    return QV_S_OK;
+}
+
 QVRESULT CBookInfoProxyImpl::GetBookSource(QvBookSource* source) {
     const QVRESULT result = Prepare(CheckProxy(m_pFile, source != nullptr), 1);
     if (result == QV_S_OK)
@@ -227,24 +231,17 @@ QVRESULT CBookInfoProxyImpl::GetIsSerialized(int* serialized) {
 }
 
 QVRESULT CBookInfoProxyImpl::SetReadingProgress(unsigned int progress) {
-    const QVRESULT result = PrepareSet();
-    if (result == QV_S_OK)
-        StoreLE32(Field(m_nReadingProgressOffset), progress);
-    return result;
+    return SetNumber(&CBookInfoProxyImpl::m_nReadingProgressOffset, progress,
+                     QvpFormat::kReadingProgressSize);
 }
 
 QVRESULT CBookInfoProxyImpl::SetBookSource(QvBookSource source) {
-    const QVRESULT result = PrepareSet();
-    if (result == QV_S_OK)
-        *Field(m_nBookSourceOffset) = static_cast<unsigned char>(source);
-    return result;
+    return SetNumber(&CBookInfoProxyImpl::m_nBookSourceOffset, source, QvpFormat::kBookSourceSize);
 }
 
 QVRESULT CBookInfoProxyImpl::SetIsSerialized(int serialized) {
-    const QVRESULT result = PrepareSet();
-    if (result == QV_S_OK)
-        *Field(m_nIsSerializedOffset) = serialized != 0;
-    return result;
+    return SetNumber(&CBookInfoProxyImpl::m_nIsSerializedOffset, serialized != 0,
+                     QvpFormat::kIsSerializedSize);
 }
 
 // --- the reading bookmark -----------------------------------------------------------------------

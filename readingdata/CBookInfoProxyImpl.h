@@ -85,11 +85,11 @@ private:
     // What every operation begins with, unless it is refused: finds the record, or makes it unless
     // `readOnly`.
     UMDFORMAT_HIDDEN QVRESULT Prepare(QVRESULT refused, int readOnly);
-    // The same for setters that cannot fail afterwards: marks the record.
-    UMDFORMAT_HIDDEN QVRESULT PrepareSet();
 
     UMDFORMAT_HIDDEN QVRESULT GetString(Offset slot, char** out);
     UMDFORMAT_HIDDEN QVRESULT SetString(Offset slot, char const* text, unsigned int length);
+    // Stores the low `size` bytes of a number.
+    UMDFORMAT_HIDDEN QVRESULT SetNumber(Offset field, unsigned int number, std::size_t size);
     unsigned char* Field(unsigned int offset) { return m_pNode->pData + offset; }
 };
 

@@ -11,9 +11,8 @@ namespace {
 // How many of the bytes end with a whole character.
 std::size_t WholeBytes(std::string_view text) {
     const std::size_t even = text.size() - text.size() % 2;
-    if (even == 0)
-        return 0;
-    const bool firstHalfOfPair = (static_cast<unsigned char>(text[even - 1]) & 0xFCu) == 0xD8u;
+    const bool firstHalfOfPair =
+        even > 0 && (static_cast<unsigned char>(text[even - 1]) & 0xFCu) == 0xD8u;
     return firstHalfOfPair ? even - 2 : even;
 }
 
