@@ -8,6 +8,7 @@
 #include <pango/pangoft2.h>
 
 #include "base/CUtility.h"
+#include "base/OwnedArray.h"
 #include "layout/GreyImage.h"
 #include "layout/KeptLines.h"
 #include "layout/LayoutRegistry.h"
@@ -22,7 +23,7 @@ namespace {
 // of the binary interface.
 struct TextState {
     bool continues = false;
-    std::unique_ptr<KeptLines> lines; // there exactly when the line table is
+    KeptLines lines; // there exactly when the line table is
 };
 
 const char kStateKey[] = "umdformat-text-state";
@@ -134,10 +135,9 @@ void CPangoLayout::SetText(const char* text, int length) {
         return;
     if (length < 1)
         length = static_cast<int>(std::min<std::size_t>(std::strlen(text), INT_MAX));
-    std::unique_ptr<char[]> copy(new (std::nothrow) char[static_cast<std::size_t>(length)]);
+    std::unique_ptr<char[]> copy = CopyArray(text, static_cast<std::size_t>(length));
     if (!copy)
         return;
-    std::copy_n(text, length, copy.get());
     ReplaceUnsafe(copy.get(), length);
     m_pText = std::move(copy);
     m_nTextLength = length;
@@ -173,18 +173,15 @@ void CPangoLayout::SetAlignment(QVLayoutAlignment alignment) {
 }
 
 int CPangoLayout::GetWrap(QVLayoutWrapMode* wrap) {
-    const int value = Get(m_pLayout, pango_layout_get_wrap);
-    return Deliver(m_pLayout, wrap, KnownOrZero(value, QVLayoutWrapWordChar));
+    return Deliver(m_pLayout, wrap, Get(m_pLayout, pango_layout_get_wrap));
 }
 
 int CPangoLayout::GetEllipsize(QVLayoutEllipsizeMode* ellipsize) {
-    const int value = Get(m_pLayout, pango_layout_get_ellipsize);
-    return Deliver(m_pLayout, ellipsize, KnownOrZero(value, QVLayoutEllipsizeEnd));
+    return Deliver(m_pLayout, ellipsize, Get(m_pLayout, pango_layout_get_ellipsize));
 }
 
 int CPangoLayout::GetAlignment(QVLayoutAlignment* alignment) {
-    const int value = Get(m_pLayout, pango_layout_get_alignment);
-    return Deliver(m_pLayout, alignment, KnownOrZero(value, QVLayoutAlignRight));
+    return Deliver(m_pLayout, alignment, Get(m_pLayout, pango_layout_get_alignment));
 }
 
 void CPangoLayout::SetIndent(int pixels) {
@@ -236,16 +233,11 @@ int CPangoLayout::GetPageCount(unsigned int* count) {
 int CPangoLayout::GetLineTable(QVLayoutLineInfo** table, unsigned int* count) {
     if (!m_pLayout || !table || !count)
         return 0;
-    *table = nullptr;
     if (!m_pLineTable)
         DoLayout();
-    if (!m_nLineCount)
+    *table = m_pLineTable ? CopyArray(m_pLineTable.get(), m_nLineCount).release() : nullptr;
+    if (!*table)
         return 0;
-    auto* copy = new (std::nothrow) QVLayoutLineInfo[m_nLineCount];
-    if (!copy)
-        return 0;
-    std::copy_n(m_pLineTable.get(), m_nLineCount, copy);
-    *table = copy;
     *count = m_nLineCount;
     return 1;
 }
@@ -255,7 +247,7 @@ void CPangoLayout::ClearPages() {
     m_nLineCount = 0;
     m_pLineTable.reset();
     if (m_pLayout)
-        State(m_pLayout).lines.reset();
+        State(m_pLayout).lines = KeptLines();
 }
 
 void CPangoLayout::DoLayout() {
@@ -265,21 +257,15 @@ void CPangoLayout::DoLayout() {
     pango_layout_set_text(m_pLayout.get(), m_pText.get(), m_nTextLength);
     pango_layout_set_disable_cache(m_pLayout.get(), TRUE);
     TextState& state = State(m_pLayout);
-    std::unique_ptr<KeptLines> lines(new (std::nothrow)
-                                         KeptLines(m_pLayout.get(), state.continues));
-    const int count = lines ? lines->Count() : 0;
-    if (count)
-        m_pLineTable.reset(new (std::nothrow) QVLayoutLineInfo[static_cast<std::size_t>(count)]);
+    state.lines = KeptLines(m_pLayout.get(), state.continues);
+    m_pLineTable = state.lines.TakeTable();
     if (!m_pLineTable)
         return;
-    m_nLineCount = static_cast<unsigned int>(count);
+    m_nLineCount = static_cast<unsigned int>(state.lines.Count());
     m_nPageCount = 1;
     PageCutter cutter = NewCutter(m_nLayoutHeight, m_pLayout);
-    for (int line = 0; line < count; ++line) {
-        m_pLineTable[line] = lines->Info(line);
+    for (unsigned int line = 0; line < m_nLineCount; ++line)
         m_nPageCount += cutter.BreaksBefore(m_pLineTable[line].height);
-    }
-    state.lines = std::move(lines);
 }
 
 int CPangoLayout::GetPageStartingLine(int page) {
@@ -297,14 +283,11 @@ int CPangoLayout::GetPageStartingLine(int page) {
 }
 
 int CPangoLayout::GetPageEndLine(int line) {
-    const unsigned int first = static_cast<unsigned int>(line);
-    if (first >= m_nLineCount)
-        return static_cast<int>(m_nLineCount) - 1;
     PageCutter cutter = NewCutter(m_nLayoutHeight, m_pLayout);
-    unsigned int next = first;
+    auto next = static_cast<unsigned int>(line);
     while (next < m_nLineCount && !cutter.BreaksBefore(m_pLineTable[next].height))
         ++next;
-    return static_cast<int>(next) - 1;
+    return static_cast<int>(std::min(next, m_nLineCount)) - 1;
 }
 
 // --- drawing ------------------------------------------------------------------------------------
@@ -317,8 +300,7 @@ int CPangoLayout::DrawPageFromPageNo(unsigned int page, QV_IMAGE image, int x, i
     const int line = page < m_nPageCount ? GetPageStartingLine(static_cast<int>(page)) : -1;
     if (line < 0)
         return 0;
-    return static_cast<ITextLayout*>(this)->DrawPageFromLineNo(static_cast<unsigned int>(line),
-                                                               image, x, y);
+    return DrawPageFromLineNo(static_cast<unsigned int>(line), image, x, y);
 }
 
 // Pango is handed the page's text for DrawTarget alone, and lays nothing out for that.
@@ -341,7 +323,7 @@ int CPangoLayout::DrawPageFromLineNo(unsigned int line, QV_IMAGE image, int x, i
     pango_layout_set_disable_cache(m_pLayout.get(), FALSE);
     image.width = visible.right - visible.left;
     image.height = visible.bottom - visible.top;
-    State(m_pLayout).lines->Draw(first, end, image, -visible.left, -visible.top);
+    State(m_pLayout).lines.Draw(first, end, image, -visible.left, -visible.top);
     return 1;
 }
 

@@ -166,7 +166,7 @@ KeptLines::KeptLines(PangoLayout* settings, bool continues) {
         begin += piece;
     } while (begin < length);
     if (!Keep(static_cast<int>(std::strlen(separator))))
-        m_nCount = 0;
+        *this = KeptLines();
 }
 
 // The line of the separator is none of the text's, nor is the empty one that Pango adds after the
@@ -176,7 +176,8 @@ bool KeptLines::Keep(int separator) {
     for (int i = 0; i < m_nPieces; ++i)
         lines += pango_layout_get_line_count(m_pPieces[i].get());
     m_pLines = NewArray<Line>(static_cast<std::size_t>(lines));
-    if (!m_pLines)
+    m_pTable = NewArray<QVLayoutLineInfo>(static_cast<std::size_t>(lines));
+    if (!m_pLines || !m_pTable)
         return false;
     m_nCount = separator > 0 ? -1 : 0;
     int offset = -separator;
@@ -199,10 +200,10 @@ bool KeptLines::KeepPiece(PangoLayout* piece, int offset) {
         const MallocPtr<PangoLineInfoNode> owner(node);
         PangoRectangle logical;
         pango_layout_iter_get_line_extents(iter.get(), nullptr, &logical);
-        if (m_nCount >= 0)
-            m_pLines[m_nCount] = {pango_layout_iter_get_line_readonly(iter.get()),
-                                  {node->start_index + offset, node->height},
-                                  logical.x};
+        if (m_nCount >= 0) {
+            m_pLines[m_nCount] = {pango_layout_iter_get_line_readonly(iter.get()), logical.x};
+            m_pTable[m_nCount] = {node->start_index + offset, node->height};
+        }
         pango_layout_iter_next_line(iter.get());
         node = node->next;
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utility>
+
 #include <pango/pango.h>
 
 #include "base/OwnedArray.h"
@@ -17,11 +19,14 @@ public:
     // Two things differ from what Pango makes of the settings: beside an indent beyond half the
     // width some letters fit into every line, and no line is broken inside a cluster.
     KeptLines(PangoLayout* settings, bool continues);
+    KeptLines() = default;
 
     // 0 when memory ran out.
     int Count() const { return m_nCount; }
-    // Offset in bytes of the text, height in whole pixels.
-    const QVLayoutLineInfo& Info(int line) const { return m_pLines[line].info; }
+
+    // Hands out the line table, null without lines: offsets in bytes of the text, heights in whole
+    // pixels.
+    OwnedArray<QVLayoutLineInfo> TakeTable() { return std::move(m_pTable); }
 
     // Draws the lines from `first` up to `end`, which is left out, the first one's top left corner
     // at pixel (x, y) of the image.
@@ -30,8 +35,7 @@ public:
 private:
     struct Line {
         PangoLayoutLine* line; // of a piece
-        QVLayoutLineInfo info;
-        int x; // of its left end, in Pango units
+        int x;                 // of its left end, in Pango units
     };
 
     bool Keep(int separator);
@@ -40,6 +44,7 @@ private:
     OwnedArray<GObjectPtr<PangoLayout>> m_pPieces; // never changed: Pango would drop their lines
     int m_nPieces = 0;
     OwnedArray<Line> m_pLines;
+    OwnedArray<QVLayoutLineInfo> m_pTable;
     int m_nCount = 0;
 };
 

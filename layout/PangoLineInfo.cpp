@@ -12,13 +12,6 @@ std::int32_t PixelHeight(PangoLayoutLine* line) {
     return PANGO_PIXELS_CEIL(logical.height);
 }
 
-PangoLineInfoNode* NewNode(PangoLayoutLine* line) {
-    auto* node = static_cast<PangoLineInfoNode*>(std::malloc(sizeof(PangoLineInfoNode)));
-    if (node)
-        *node = {line->start_index, PixelHeight(line), nullptr};
-    return node;
-}
-
 void FreeList(PangoLineInfoNode* node) {
     while (node) {
         PangoLineInfoNode* next = node->next;
@@ -33,11 +26,13 @@ PangoLineInfoNode* pango_layout_get_line_info_list(PangoLayout* layout) {
     PangoLineInfoNode* head = nullptr;
     PangoLineInfoNode** tail = &head;
     for (GSList* item = pango_layout_get_lines_readonly(layout); item; item = item->next) {
-        *tail = NewNode(static_cast<PangoLayoutLine*>(item->data));
+        auto* line = static_cast<PangoLayoutLine*>(item->data);
+        *tail = static_cast<PangoLineInfoNode*>(std::malloc(sizeof(PangoLineInfoNode)));
         if (!*tail) {
             FreeList(head);
             return nullptr;
         }
+        **tail = {line->start_index, PixelHeight(line), nullptr};
         tail = &(*tail)->next;
     }
     return head;

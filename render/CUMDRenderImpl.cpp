@@ -26,7 +26,7 @@ namespace QvFormat {
 namespace {
 
 const char kFontDescription[] = "fzlth 18";
-constexpr int kDefaultFontSize = 18;
+constexpr unsigned int kDefaultFontSize = 18;
 
 // Takes the lines of one screen; none when the layout cannot say its size or spacing. It is asked
 // once in a turn, so that a turn counts with one size.
@@ -37,6 +37,19 @@ std::optional<PageCutter> EmptyScreen(ITextLayout* layout) {
     if (!layout || !layout->GetLayoutRect(&width, &height) || !layout->GetLineSpacing(&spacing))
         return std::nullopt;
     return PageCutter(height, static_cast<int>(spacing));
+}
+
+// Two characters of the font size.
+int FirstLineIndent(unsigned int fontSize) {
+    return static_cast<int>(std::min<unsigned int>(fontSize, INT_MAX / 2)) * 2;
+}
+
+// Whether the name is another one, and kept.
+bool KeepName(std::unique_ptr<char[]>* field, char const* name) {
+    if (!name || !*name || (*field && std::strcmp(field->get(), name) == 0))
+        return false;
+    *field = CopyString(name);
+    return *field != nullptr;
 }
 
 } // namespace
@@ -106,31 +119,16 @@ void CUMDRenderImpl::SetFontSize(unsigned int size) {
     m_nFontSize = size;
     if (!m_pLayout)
         return;
-    m_pLayout->SetIndent(FirstLineIndent());
+    m_pLayout->SetIndent(FirstLineIndent(size));
     MarkLinesOutdated();
 }
 
-// Two characters of the font size.
-int CUMDRenderImpl::FirstLineIndent() const {
-    return static_cast<int>(std::min<unsigned int>(m_nFontSize, INT_MAX / 2)) * 2;
-}
-
 void CUMDRenderImpl::SetChineseFont(char const* name) {
-    SetFontName(m_pChineseFont, name);
+    m_bFontChanged |= KeepName(&m_pChineseFont, name);
 }
 
 void CUMDRenderImpl::SetEnglishFont(char const* name) {
-    SetFontName(m_pEnglishFont, name);
-}
-
-void CUMDRenderImpl::SetFontName(std::unique_ptr<char[]>& field, char const* name) {
-    if (!name || !*name)
-        return;
-    if (field && std::strcmp(field.get(), name) == 0)
-        return;
-    field = CopyString(name);
-    if (field)
-        m_bFontChanged = 1;
+    m_bFontChanged |= KeepName(&m_pEnglishFont, name);
 }
 
 int CUMDRenderImpl::SetFontDescription() {
@@ -197,7 +195,7 @@ QVRESULT CUMDRenderImpl::OpenBook(IQVSequentialStream* stream, ITextLayout* layo
     if (m_nContentLength <= 0 || m_nContentLength > INT_MAX - kBlockBytes + 1)
         return QV_E_FAIL;
     m_nBlockCount = BlocksIn(m_nContentLength);
-    m_pLayout->SetIndent(m_nFontSize ? FirstLineIndent() : 2 * kDefaultFontSize);
+    m_pLayout->SetIndent(FirstLineIndent(m_nFontSize ? m_nFontSize : kDefaultFontSize));
     return QV_S_OK;
 }
 

@@ -135,8 +135,6 @@ protected:
     UMDFORMAT_HIDDEN void ReleaseBook();
     UMDFORMAT_HIDDEN QVRESULT OpenBook(IQVSequentialStream* stream, ITextLayout* layout,
                                        char const* path);
-    UMDFORMAT_HIDDEN void SetFontName(std::unique_ptr<char[]>& field, char const* name);
-    UMDFORMAT_HIDDEN int FirstLineIndent() const;
     UMDFORMAT_HIDDEN BookText Text() const;
     UMDFORMAT_HIDDEN std::unique_ptr<SegmentText>& Ahead() const; // null: nothing is loaded ahead
     UMDFORMAT_HIDDEN bool IsAhead(const BookPosition& place) const;
