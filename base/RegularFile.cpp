@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdint>
 #include <cstring>
 
@@ -13,11 +14,29 @@
 #include <unistd.h>
 
 #include "base/CUtility.h"
-#include "base/OwnedArray.h"
 
 namespace QvFormat {
 
 namespace {
+
+QVRESULT ReadAll(int descriptor, OwnedArray<unsigned char>* bytes, long* size) {
+    struct stat status = {};
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > LONG_MAX)
+        return QV_E_FAIL;
+    *size = static_cast<long>(status.st_size);
+    auto left = static_cast<std::size_t>(status.st_size);
+    *bytes = NewArray<unsigned char>(left);
+    if (!*bytes)
+        return QV_E_OUTOFMEMORY;
+    for (unsigned char* next = bytes->get(); left > 0;) {
+        const ssize_t count = read(descriptor, next, left);
+        if (count <= 0)
+            return QV_E_FAIL;
+        next += count;
+        left -= static_cast<std::size_t>(count);
+    }
+    return QV_S_OK;
+}
 
 // Takes over an open file; null unless it is a regular one.
 FilePtr AsRegularFile(int descriptor, const char* mode) {
@@ -129,15 +148,23 @@ FolderPtr OpenFolderOf(const char* path) {
 
 } // namespace
 
-FilePtr OpenRegularFile(const char* path, bool bWritable) {
-    const int access = bWritable ? O_RDWR : O_RDONLY;
-    return AsRegularFile(open(path, access | O_NONBLOCK | O_CLOEXEC), bWritable ? "r+b" : "rb");
+QVRESULT ReadRegularFile(const char* path, OwnedArray<unsigned char>* bytes, long* size) {
+    const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0)
+        return QV_E_FAIL;
+    const QVRESULT result = ReadAll(descriptor, bytes, size);
+    close(descriptor);
+    return result;
+}
+
+FilePtr OpenRegularFile(const char* path) {
+    return AsRegularFile(open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC), "r+b");
 }
 
 Replacement ReplaceFile(const char* path, const unsigned char* bytes, std::size_t size) {
     const MallocPtr<char> resolved(realpath(path, nullptr));
     const char* target = resolved ? resolved.get() : path;
-    const FilePtr old = OpenRegularFile(target, true);
+    const FilePtr old = OpenRegularFile(target);
     const FolderPtr folder = OpenFolderOf(target);
     if (!folder || (!old && CUtility::CheckFileExistence(target)))
         return Replacement::Impossible;

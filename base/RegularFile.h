@@ -2,14 +2,22 @@
 
 #include <cstddef>
 
+#include "QvResult.h"
 #include "base/Handles.h"
+#include "base/OwnedArray.h"
 
 namespace QvFormat {
 
-// Opens a file for reading, or for reading and writing, without a buffer: what is written reaches
-// the system in its turn. Null when it cannot be opened, or when the path leads to anything but a
-// regular file: a pipe could block, and a device is not ours to read.
-FilePtr OpenRegularFile(const char* path, bool bWritable);
+// Both refuse a path that leads to anything but a regular file: a pipe could block, and a device is
+// not ours to read.
+//
+// Reads a whole file. QV_E_FAIL: it cannot be opened, or not be read to its end.
+// QV_E_OUTOFMEMORY.
+QVRESULT ReadRegularFile(const char* path, OwnedArray<unsigned char>* bytes, long* size);
+
+// Opens a file for reading and writing, without a buffer: what is written reaches the system in its
+// turn. Null when it cannot be opened.
+FilePtr OpenRegularFile(const char* path);
 
 enum class Replacement {
     Done,

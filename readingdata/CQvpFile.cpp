@@ -42,12 +42,10 @@ constexpr ListOfType kFileIdLists[] = {
     {QvpNodeTagList, &Qvp_File_Data_Node::pTagList},
 };
 
-FilePtr OpenForReading(const char* path, bool create) {
-    FilePtr file = OpenRegularFile(path, false);
-    if (file || !create || CUtility::CheckFileExistence(path) ||
-        ReplaceFile(path, QvpFormat::kNewHeader, sizeof QvpFormat::kNewHeader) != Replacement::Done)
-        return file;
-    return OpenRegularFile(path, false);
+bool CreateEmpty(const char* path) {
+    return !CUtility::CheckFileExistence(path) &&
+           ReplaceFile(path, QvpFormat::kNewHeader, sizeof QvpFormat::kNewHeader) ==
+               Replacement::Done;
 }
 
 bool IsNew(const Qvp_Node* node) {
@@ -94,8 +92,9 @@ QVRESULT CQvpFile::Open(char const* path, int create) {
         return QV_E_FAIL;
     if (!path)
         return QV_E_INVALIDARG;
-    const QVRESULT result =
-        ReadImage(OpenForReading(path, create != 0).get(), &m_pImage, &m_nImageSize);
+    QVRESULT result = ReadImage(path, &m_pImage, &m_nImageSize);
+    if (result == QV_E_FAIL && create && CreateEmpty(path))
+        result = ReadImage(path, &m_pImage, &m_nImageSize);
     if (result != QV_S_OK)
         return result;
     m_pszPath = CopyString(path);
@@ -106,25 +105,17 @@ QVRESULT CQvpFile::Open(char const* path, int create) {
     return QV_S_OK;
 }
 
-// Reads the whole file or nothing (null fails): what a short read left out would be lost at the
-// next compaction.
-QVRESULT CQvpFile::ReadImage(std::FILE* file, Image* image, long* size) {
-    unsigned char header[QvpFormat::kHeaderSize];
-    struct stat status = {};
-    if (!file || fstat(fileno(file), &status) != 0 || status.st_size < QvpFormat::kHeaderSize ||
-        status.st_size > LONG_MAX || std::fread(header, sizeof header, 1, file) != 1 ||
-        !HandleHeader(header))
-        return QV_E_FAIL;
-    const auto count = static_cast<std::size_t>(status.st_size);
-    Image bytes = NewArray<unsigned char>(count);
-    if (!bytes)
-        return QV_E_OUTOFMEMORY;
-    unsigned char* records = std::copy_n(header, sizeof header, bytes.get());
-    const std::size_t recordBytes = count - sizeof header;
-    if (std::fread(records, 1, recordBytes, file) != recordBytes)
+// Reads the whole file or nothing: what a short read left out would be lost at the next compaction.
+QVRESULT CQvpFile::ReadImage(const char* path, Image* image, long* size) {
+    Image bytes;
+    long count = 0;
+    const QVRESULT result = ReadRegularFile(path, &bytes, &count);
+    if (result != QV_S_OK)
+        return result;
+    if (count < QvpFormat::kHeaderSize || !HandleHeader(bytes.get()))
         return QV_E_FAIL;
     *image = std::move(bytes);
-    *size = static_cast<long>(count);
+    *size = count;
     return QV_S_OK;
 }
 
@@ -425,8 +416,7 @@ bool CQvpFile::MayAppend(bool isChanged) {
     Image image;
     long size = 0;
     NodePlaces places = Places();
-    if (!places.IsValid() ||
-        ReadImage(OpenRegularFile(m_pszPath.get(), false).get(), &image, &size) != QV_S_OK ||
+    if (!places.IsValid() || ReadImage(m_pszPath.get(), &image, &size) != QV_S_OK ||
         EndsTorn(image.get(), size))
         return false;
     QvpRecordScan scan(size);
@@ -444,7 +434,7 @@ bool CQvpFile::MayAppend(bool isChanged) {
 // --- flushing -----------------------------------------------------------------------------------
 
 QVRESULT CQvpFile::UpdateFile(bool mayAppend) {
-    const FilePtr file = OpenRegularFile(m_pszPath.get(), true);
+    const FilePtr file = OpenRegularFile(m_pszPath.get());
     if (!file)
         return QV_E_FAIL;
     if (mayAppend) {
@@ -499,10 +489,8 @@ Replacement CQvpFile::CompactFile(bool isChanged) {
         return Replacement::Impossible;
     Image other; // the image that is not compacted, of which nodes may still borrow
     long otherSize = 0;
-    const bool isReread =
-        isChanged &&
-        ReadImage(OpenRegularFile(m_pszPath.get(), false).get(), &other, &otherSize) == QV_S_OK &&
-        !IsCutShort(other.get(), otherSize);
+    const bool isReread = isChanged && ReadImage(m_pszPath.get(), &other, &otherSize) == QV_S_OK &&
+                          !IsCutShort(other.get(), otherSize);
     if (isReread)
         SwapImage(&other, &otherSize);
 

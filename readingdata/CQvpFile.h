@@ -116,7 +116,7 @@ private:
         bool IsUnsaved() const { return isNew || isModified; }
     };
 
-    UMDFORMAT_HIDDEN QVRESULT ReadImage(std::FILE* file, Image* image, long* size);
+    UMDFORMAT_HIDDEN QVRESULT ReadImage(const char* path, Image* image, long* size);
 
     // Where the head of a list is kept; null for no such type or a file id that is not in use.
     UMDFORMAT_HIDDEN Qvp_Node** FindList(unsigned int type, unsigned int fileId);
