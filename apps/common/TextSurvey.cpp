@@ -25,19 +25,14 @@ TextSurvey::TextSurvey(const Book& book) : m_nDeclaredBytes(book.DeclaredBytes()
     }
 }
 
+// The second byte of a unit alone tells whether that is half of a pair.
 void TextSurvey::AddByte(unsigned char byte) {
-    ++m_nBytes;
-    if (m_nBytes % 2 == 1)
-        m_nLowByte = byte;
-    else
-        AddUnit(m_nLowByte | (static_cast<unsigned int>(byte) << 8));
-}
-
-void TextSurvey::AddUnit(unsigned int unit) {
-    const bool secondHalf = m_bFirstHalf && (unit & 0xFC00u) == 0xDC00u;
+    if (++m_nBytes % 2 != 0)
+        return;
+    const bool secondHalf = m_bFirstHalf && (byte & 0xFCu) == 0xDCu;
     if (!secondHalf)
         ++m_nCharacters;
-    m_bFirstHalf = (unit & 0xFC00u) == 0xD800u;
+    m_bFirstHalf = (byte & 0xFCu) == 0xD8u;
     if (m_bFirstHalf && (m_nBytes % kBlockBytes == 0 || m_nBytes == m_nDeclaredBytes))
         m_nLastCut = m_nBytes - 2;
 }

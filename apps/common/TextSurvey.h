@@ -22,14 +22,12 @@ public:
 
 private:
     void AddByte(unsigned char byte);
-    void AddUnit(unsigned int unit);
 
     std::int64_t m_nDeclaredBytes;
     std::int64_t m_nBytes = 0;
     std::int64_t m_nCharacters = 0;
     std::int64_t m_nLastCut = -1; // byte offset of the last character across two blocks; -1: none
-    unsigned int m_nLowByte = 0;
-    bool m_bFirstHalf = false; // the unit before was the first half of a pair
+    bool m_bFirstHalf = false;    // the unit before was the first half of a pair
     std::vector<int> m_damagedChunks;
 };
 
