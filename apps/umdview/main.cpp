@@ -123,8 +123,7 @@ void AddPlaceOptions(CLI::App& command, Arguments& arguments) {
             "--resume", arguments.render.resume,
             "Begin at the saved place, and keep it at the last screen drawn; without this the "
             "saved place is neither used nor moved")
-        ->excludes(position)
-        ->excludes(chapter);
+        ->excludes(position, chapter);
 }
 
 void AddRenderOptions(CLI::App& command, Arguments& arguments) {
