@@ -47,22 +47,21 @@ std::string ReadBytes(const std::string& file, const std::string& path) {
 // Adds the records, what is damaged in them, and the bytes that free ones hold.
 void AddRecords(Json& document, std::string_view bytes) {
     std::uint64_t deadBytes = 0;
-    std::set<std::uint32_t> idsWithInfo;
+    std::set<Json> idsWithInfo;
     DataReader rest(bytes.substr(kHeaderBytes));
     while (rest.Left() >= kRecordHeaderBytes) {
         const std::size_t offset = bytes.size() - rest.Left();
-        const Record record = TakeRecord(rest);
         std::string wrong;
-        const Json& json = document["records"].emplace_back(ToJson(record, offset, &wrong));
-        if (record.type == QvpNodeFree)
-            deadBytes += record.data.size();
+        const Json& record = document["records"].emplace_back(TakeRecord(rest, offset, &wrong));
+        if (record["type"] == QvpNodeFree)
+            deadBytes += bytes.size() - rest.Left() - offset - kRecordHeaderBytes;
         // Of book information the library uses the first record only.
-        if (record.type == QvpNodeBookInfo && wrong.empty() &&
-            !idsWithInfo.insert(record.id).second)
+        if (record["type"] == QvpNodeBookInfo && wrong.empty() &&
+            !idsWithInfo.insert(record["id"]).second)
             wrong = "another one of this file id comes before it";
         if (!wrong.empty())
             document["damage"].push_back("record at offset " + std::to_string(offset) + ", " +
-                                         json["name"].get<std::string>() + ": " + wrong);
+                                         record["name"].get<std::string>() + ": " + wrong);
     }
     if (rest.Left() > 0)
         document["damage"].push_back(std::to_string(rest.Left()) +
