@@ -19,9 +19,9 @@ struct Chapter {
     // character, that character begins the chapter.
     std::optional<Place> place;
 
-    // The bytes of the text from there to where the next chapter in the text begins.
+    // The bytes of the text from there to where the next chapter in the text begins. At first, all.
     std::size_t begin = 0;
-    std::size_t end = 0;
+    std::size_t end = std::string::npos;
 };
 
 // The book's chapters in the order of its table, however that lies. Reads the whole text once.
