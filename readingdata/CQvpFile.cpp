@@ -210,11 +210,9 @@ int CQvpFile::GetData(long offset, int size, unsigned char* out) {
 }
 
 int CQvpFile::AttachDataBuffer(Qvp_Node* node, long offset, unsigned int size) {
-    if (size == 0 || size > INT_MAX)
-        return 0;
     // Asked for before anything is allocated, so that a length that lies costs no memory.
     unsigned char last = 0;
-    if (offset > LONG_MAX - static_cast<long>(size) ||
+    if (size == 0 || size > INT_MAX || offset > LONG_MAX - static_cast<long>(size) ||
         !GetData(offset + static_cast<long>(size) - 1, 1, &last))
         return 0;
     node->bBorrowed = m_bFromPath;
@@ -341,14 +339,7 @@ void CQvpFile::ForEachNode(Visit visit) const {
 
 // All nodes, by the offsets of their records.
 NodePlaces CQvpFile::Places() const {
-    std::size_t count = 0;
-    ForEachNode([&count](Qvp_Node*) { ++count; });
-    NodePlaces places(count);
-    if (places.IsValid()) {
-        ForEachNode([&places](Qvp_Node* node) { places.Note(node); });
-        places.Sort();
-    }
-    return places;
+    return NodePlaces([this](auto visit) { ForEachNode(visit); });
 }
 
 void CQvpFile::FreeDataList(Qvp_Node* list) {
