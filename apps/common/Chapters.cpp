@@ -13,11 +13,9 @@ namespace {
 constexpr std::size_t kUnitBytes = 2; // of UTF-16
 
 std::vector<Chapter> ReadTable(const Book& book) {
-    std::vector<Chapter> chapters(static_cast<std::size_t>(book.ChapterCount()));
-    for (std::size_t i = 0; i < chapters.size(); ++i) {
-        chapters[i].title = book.ChapterTitle(static_cast<int>(i));
-        chapters[i].offset = book.ChapterOffset(static_cast<int>(i));
-    }
+    std::vector<Chapter> chapters;
+    for (int index = 0; index < book.ChapterCount(); ++index)
+        chapters.push_back({book.ChapterTitle(index), book.ChapterOffset(index)});
     return chapters;
 }
 

@@ -17,7 +17,7 @@ struct Chapter {
 
     // Where it begins, for an exact jump. None when the offset lies outside of the text; inside a
     // character, that character begins the chapter.
-    std::optional<Place> place;
+    std::optional<Place> place{};
 
     // The bytes of the text from there to where the next chapter in the text begins. At first, all.
     std::size_t begin = 0;

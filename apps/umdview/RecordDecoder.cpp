@@ -121,11 +121,13 @@ const Layout& LayoutOf(std::uint32_t type) {
     return layouts[std::min(type, unknown)];
 }
 
-// An entry of one field is that field. One that begins with null is passed over, as by the library.
-Json ReadEntries(DataReader& data, std::uint32_t count, const Fields& fields) {
+// Reads the count of the entries and each entry. An entry of one field is that field. One that
+// begins with null is passed over, as by the library.
+Json ReadList(DataReader& data, const Fields& fields, std::string* wrong) {
+    const std::uint32_t count = data.Integer();
     Json entries = Json::array();
     try {
-        for (; count > 0; --count) {
+        for (std::uint32_t left = count; left > 0; --left) {
             Json entry = ReadFields(data, fields);
             if (!entry.front().is_null())
                 entries.push_back(fields.size() == 1 ? entry.front() : entry);
@@ -133,13 +135,6 @@ Json ReadEntries(DataReader& data, std::uint32_t count, const Fields& fields) {
     } catch (const DataReader::CutOff&) {
         // The record holds fewer entries than it says.
     }
-    return entries;
-}
-
-// Begins with the count of its entries.
-Json ReadList(DataReader& data, const Fields& fields, std::string* wrong) {
-    const std::uint32_t count = data.Integer();
-    Json entries = ReadEntries(data, count, fields);
     if (entries.size() != count)
         *wrong = "it should hold " + std::to_string(count) + " entries, of which " +
                  std::to_string(entries.size()) + " can be read";

@@ -41,7 +41,7 @@ std::string FileName(long screen, const RenderOptions& options) {
 
 // Why part of a book's text cannot be shown.
 void ReportDamage(const std::string& book) {
-    for (const std::string& warning : TextSurvey(Book(book)).Warnings())
+    for (const std::string& warning : SurveyText(Book(book)).warnings)
         Report(book, "damaged: " + warning);
 }
 
@@ -84,10 +84,10 @@ Drawn DrawScreens(Reader& reader, const RenderOptions& options) {
         if (drawn.toTheEnd)
             return drawn;
         ++drawn.lastShown;
-        if (drawn.lastShown >= options.screens.first)
+        if (drawn.lastShown >= options.firstScreen)
             WriteImage(folder / FileName(drawn.lastShown, options), reader.Draw());
         progress.Show(drawn.lastShown, reader.Begin().block);
-        if (drawn.lastShown == options.screens.last)
+        if (drawn.lastShown == options.lastScreen)
             return drawn;
         reader.PrepareTurn();
     }
@@ -95,10 +95,10 @@ Drawn DrawScreens(Reader& reader, const RenderOptions& options) {
 
 // "10 screens drawn to out/ (screen-0001.png to screen-0010.png)"
 std::string Summary(const Drawn& drawn, const RenderOptions& options) {
-    const long count = std::max(drawn.lastShown - options.screens.first + 1, 0L);
+    const long count = std::max(drawn.lastShown - options.firstScreen + 1, 0L);
     std::string line = std::to_string(count) + (count == 1 ? " screen" : " screens") +
                        " drawn to " + (std::filesystem::path(options.folder) / "").string();
-    const std::string first = FileName(options.screens.first, options);
+    const std::string first = FileName(options.firstScreen, options);
     const std::string last = FileName(drawn.lastShown, options);
     if (count > 0)
         line += " (" + (count == 1 ? last : first + " to " + last) + ")";
@@ -135,7 +135,7 @@ int RunRender(const RenderOptions& options) {
     MakeFolder(options.folder);
     OpenAt(reader, options);
     const Drawn drawn = DrawScreens(reader, options);
-    const bool keepsPlace = options.resume && drawn.lastShown >= options.screens.first;
+    const bool keepsPlace = options.resume && drawn.lastShown >= options.firstScreen;
     const bool kept = !keepsPlace || KeepPlace(reader.Begin(), options.book);
     WriteOut(Summary(drawn, options));
     ReportGaps(drawn, options.book);

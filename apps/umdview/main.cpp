@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <new>
 #include <string>
 #include <vector>
@@ -42,13 +43,13 @@ unsigned int ParseNumber(const std::string& option, const std::string& text, uns
     return number;
 }
 
-void ParseScreens(const std::string& text, ScreenRange& screens) {
+void ParseScreens(const std::string& text, RenderOptions& render) {
     const std::size_t dash = text.find('-');
-    screens.first = ParseNumber("--screens", text.substr(0, dash), kMaxNumber);
-    screens.last = screens.first;
+    render.firstScreen = ParseNumber("--screens", text.substr(0, dash), kMaxNumber);
+    render.lastScreen = render.firstScreen;
     if (dash != std::string::npos)
-        screens.last = ParseNumber("--screens", text.substr(dash + 1), kMaxNumber);
-    if (screens.last < screens.first)
+        render.lastScreen = ParseNumber("--screens", text.substr(dash + 1), kMaxNumber);
+    if (render.lastScreen < render.firstScreen)
         throw CLI::ValidationError("--screens", "\"" + text + "\" ends before it begins");
 }
 
@@ -132,12 +133,12 @@ void AddRenderOptions(CLI::App& command, Arguments& arguments) {
         ->required()
         ->type_name("DIR");
     CLI::Option* screens = command.add_option_function<std::string>(
-        "--screens", [&render](const std::string& text) { ParseScreens(text, render.screens); },
+        "--screens", [&render](const std::string& text) { ParseScreens(text, render); },
         "Screens to draw, A-B or one alone, counted from 1 where drawing begins (default: 1-10)");
     screens->type_name("A-B");
     command
         .add_flag_callback(
-            "--all", [&render] { render.screens.last = ScreenRange::kUnlimited; },
+            "--all", [&render] { render.lastScreen = std::numeric_limits<long>::max(); },
             "Draw all screens up to the end of the book")
         ->excludes(screens);
     AddLookOptions(command, arguments);
