@@ -45,12 +45,6 @@ Place Reader::Begin() {
     return {static_cast<unsigned int>(block), static_cast<unsigned int>(offset)};
 }
 
-bool Reader::GoTo(float fraction) {
-    const auto last = static_cast<float>(BlockCount() - 1);
-    const int block = static_cast<int>(fraction * last);
-    return Arrive(m_renderer.GotoPosition(fraction) == QV_S_OK, block);
-}
-
 bool Reader::GoTo(const Place& place) {
     const int block = static_cast<int>(place.block);
     return Arrive(m_renderer.UmdSetText(block, static_cast<int>(place.offset)) != 0, block);

@@ -30,10 +30,8 @@ public:
     int BlockCount() { return m_renderer.GetBlockCount(); }
     umdhost::Place Begin(); // of the screen shown
 
-    // Show the screen at a fraction of the book (from 0, its beginning, to 1, its end), at a place,
-    // or after the one shown. Text that cannot be shown is passed over. False when there is none
-    // after it.
-    bool GoTo(float fraction);
+    // Show the screen at a place, or after the one shown. Text that cannot be shown is passed over.
+    // False when there is none after it.
     bool GoTo(const umdhost::Place& place);
     bool TurnPage();
 

@@ -52,22 +52,22 @@ struct Drawn {
     std::map<long, int> gaps; // by the screen before each: bytes of text that could not be shown
 };
 
-// Where drawing begins, if that is not asked for as a position.
-std::optional<Place> FirstPlace(const RenderOptions& options, int blockCount) {
+// Where drawing begins.
+Place FirstPlace(const RenderOptions& options, int blockCount) {
     if (options.chapter > 0)
-        return FindChapter(Book(options.book), options.chapter).place;
+        return FindChapter(Book(options.book), options.chapter).place.value();
     const std::optional<Place> saved = options.resume ? ReadPlace(options.book) : std::nullopt;
-    if (!saved || saved->block < static_cast<unsigned int>(blockCount))
-        return saved;
-    // The book does not have it, as when another book lay there before.
-    Report(options.book, "the saved place is outside of the book: beginning at the start");
-    return std::nullopt;
+    if (saved && saved->block < static_cast<unsigned int>(blockCount))
+        return *saved;
+    if (saved) // the book does not have it, as when another book lay there before
+        Report(options.book, "the saved place is outside of the book: beginning at the start");
+    const auto lastBlock = static_cast<float>(blockCount - 1);
+    return {static_cast<unsigned int>(options.position * lastBlock), 0};
 }
 
 // Shows the screen that drawing begins with.
 void OpenAt(Reader& reader, const RenderOptions& options) {
-    const std::optional<Place> place = FirstPlace(options, reader.BlockCount());
-    if (place ? reader.GoTo(*place) : reader.GoTo(options.position))
+    if (reader.GoTo(FirstPlace(options, reader.BlockCount())))
         return;
     ReportDamage(options.book);
     throw Failure(options.book, "no text from this position on can be shown");
