@@ -22,8 +22,6 @@ namespace {
 
 constexpr std::string_view kMagic = "QVP";
 constexpr std::size_t kHeaderBytes = 5; // the magic, version, revision
-constexpr std::size_t kVersionAt = 3;
-constexpr std::size_t kRevisionAt = 4;
 
 // `path` is the file's, or its book's.
 std::string Find(const std::string& path) {
@@ -70,13 +68,11 @@ void AddRecords(Json& document, std::string_view bytes) {
 }
 
 Json ToJson(const std::string& file, std::string_view bytes) {
-    Json document = {{"file", file},
-                     {"version", static_cast<unsigned char>(bytes[kVersionAt])},
-                     {"revision", static_cast<unsigned char>(bytes[kRevisionAt])},
-                     {"size", bytes.size()},
-                     {"deadBytes", 0},
-                     {"records", Json::array()},
-                     {"damage", Json::array()}};
+    DataReader header(bytes.substr(kMagic.size()));
+    Json document = {
+        {"file", file},           {"version", header.Byte()}, {"revision", header.Byte()},
+        {"size", bytes.size()},   {"deadBytes", 0},           {"records", Json::array()},
+        {"damage", Json::array()}};
     AddRecords(document, bytes);
     return document;
 }
