@@ -50,6 +50,16 @@ FilePtr OpenForReading(const char* path, bool create) {
     return OpenRegularFile(path, false);
 }
 
+template<typename Proxy, typename Interface>
+QVRESULT MakeProxy(CQvpFile* file, int opened, unsigned int fileId, Interface** proxy) {
+    if (!opened)
+        return QV_E_NOTREADY;
+    if (!proxy)
+        return QV_E_INVALIDARG;
+    *proxy = new (std::nothrow) Proxy(file, fileId);
+    return *proxy ? QV_S_OK : QV_E_OUTOFMEMORY;
+}
+
 bool IsNew(const Qvp_Node* node) {
     return node->nOffset == 0 && node->nType != QvpNodeFree && node->nLength != 0 && node->pData;
 }
@@ -143,20 +153,6 @@ int CQvpFile::HandleHeader(unsigned char* header) {
 }
 
 // --- proxies ------------------------------------------------------------------------------------
-
-namespace {
-
-template<typename Proxy, typename Interface>
-QVRESULT MakeProxy(CQvpFile* file, int opened, unsigned int fileId, Interface** proxy) {
-    if (!opened)
-        return QV_E_NOTREADY;
-    if (!proxy)
-        return QV_E_INVALIDARG;
-    *proxy = new (std::nothrow) Proxy(file, fileId);
-    return *proxy ? QV_S_OK : QV_E_OUTOFMEMORY;
-}
-
-} // namespace
 
 QVRESULT CQvpFile::GetInfoProxy(IBookInfoProxy** proxy, unsigned int fileId) {
     return MakeProxy<CBookInfoProxyImpl>(this, m_bOpened, fileId, proxy);
@@ -378,11 +374,10 @@ QVRESULT CQvpFile::Flush() {
 CQvpFile::Pending CQvpFile::FindPending() const {
     Pending pending = {false, false, m_nImageSize, m_nImageSize};
     ForEachNode([&pending](const Qvp_Node* node) {
-        const long size = QvpFormat::kRecordHeaderSize + static_cast<long>(node->nLength);
-        if (node->nOffset == 0) {
-            pending.isNew |= IsNew(node);
+        pending.isNew |= IsNew(node);
+        if (node->nOffset == 0)
             return;
-        }
+        const long size = QvpFormat::kRecordHeaderSize + static_cast<long>(node->nLength);
         pending.isModified |= node->bModified != 0;
         pending.knownSize += node->bBorrowed ? 0 : size;
         pending.knownEnd = std::max(pending.knownEnd, node->nOffset + size);
@@ -460,12 +455,10 @@ int CQvpFile::SaveQvpNodeToFile(std::FILE* file, Qvp_Node* list, int rewrite, in
             continue;
         }
         node->bModified = 0;
-        if (node->nLength == 0 || !node->pData)
-            continue;
-        if (node->nOffset != 0)
-            written &= OverwriteQvpRecord(file, *node);
-        else if (node->nType != QvpNodeFree)
+        if (IsNew(node))
             written &= AppendQvpRecord(file, *node, &node->nOffset);
+        else if (node->nOffset != 0 && node->nLength != 0 && node->pData)
+            written &= OverwriteQvpRecord(file, *node);
     }
     return written;
 }
