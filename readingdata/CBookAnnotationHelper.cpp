@@ -11,11 +11,10 @@ namespace QvFormat {
 int CBookAnnotationHelper::SaveAnnotationToBuffer(IBookAnnotation* annotation, QvAnnotationType,
                                                   unsigned char* buffer, unsigned int size) {
     unsigned int dataSize = 0;
-    if (!buffer || !annotation || size == 0 || annotation->GetDataSize(&dataSize) != QV_S_OK ||
-        dataSize > size - QvpFormat::kBookmarkTypeSize)
-        return 0;
     QvBookmarkType bookmarkType = QvBookmarkDefault;
-    if (annotation->GetBookmarkType(&bookmarkType) != QV_S_OK)
+    if (!buffer || !annotation || size == 0 || annotation->GetDataSize(&dataSize) != QV_S_OK ||
+        dataSize > size - QvpFormat::kBookmarkTypeSize ||
+        annotation->GetBookmarkType(&bookmarkType) != QV_S_OK)
         return 0;
     buffer[0] = static_cast<unsigned char>(bookmarkType);
     return annotation->WriteData(buffer + QvpFormat::kBookmarkTypeSize,
@@ -28,9 +27,8 @@ CBookAnnotationImpl* CBookAnnotationHelper::CreateAnnotationFromBuffer(unsigned 
     if (!buffer || size == 0 || buffer[0] != QvBookmarkDefault)
         return nullptr;
     std::unique_ptr<CBookAnnotationImpl> annotation(new (std::nothrow) CBookAnnotationImpl(type));
-    unsigned int dataSize = 0;
+    unsigned int dataSize = 0; // asked for because a type that does not exist has none
     if (!annotation || annotation->GetDataSize(&dataSize) != QV_S_OK ||
-        dataSize > size - QvpFormat::kBookmarkTypeSize ||
         annotation->ReadData(buffer + QvpFormat::kBookmarkTypeSize,
                              size - QvpFormat::kBookmarkTypeSize) != QV_S_OK)
         return nullptr;

@@ -48,11 +48,10 @@ QVRESULT CBookAnnotationImpl::GetBookmarkType(QvBookmarkType* type) {
 QVRESULT CBookAnnotationImpl::GetDataSize(unsigned int* size) {
     if (!size)
         return QV_E_INVALIDARG;
-    if (m_eAnnotationType < QvAnnotationPosition || m_eAnnotationType > QvAnnotationComment)
-        return QV_E_FAIL;
     const unsigned int least = QvpFormat::LeastAnnotationSize(m_eAnnotationType);
     const std::size_t comment = std::strlen(StoredComment());
-    if (comment > UINT_MAX - least)
+    if (m_eAnnotationType < QvAnnotationPosition || m_eAnnotationType > QvAnnotationComment ||
+        comment > UINT_MAX - least)
         return QV_E_FAIL;
     *size = least + static_cast<unsigned int>(comment);
     return QV_S_OK;

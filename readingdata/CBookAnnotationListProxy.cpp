@@ -45,18 +45,13 @@ struct Annotations {
     }
 };
 
-bool IsStorable(IBookAnnotation* annotation, QvAnnotationType expected) {
+// What an annotation takes in a record; 0 when a list of the expected type cannot hold it.
+unsigned int SizeInRecord(IBookAnnotation* annotation, QvAnnotationType expected) {
     QvAnnotationType type = {};
     unsigned int size = 0;
-    return annotation->GetAnnotationType(&type) == QV_S_OK && type == expected &&
-           annotation->GetDataSize(&size) == QV_S_OK && size <= kMaxDataSize;
-}
-
-// What an annotation takes in a record.
-unsigned int SizeInRecord(IBookAnnotation* annotation) {
-    unsigned int size = 0;
-    annotation->GetDataSize(&size);
-    return QvpFormat::kBookmarkTypeSize + size;
+    const bool isStorable = annotation->GetAnnotationType(&type) == QV_S_OK && type == expected &&
+                            annotation->GetDataSize(&size) == QV_S_OK && size <= kMaxDataSize;
+    return isStorable ? QvpFormat::kBookmarkTypeSize + size : 0;
 }
 
 } // namespace
@@ -82,23 +77,22 @@ QVRESULT CBookAnnotationListProxy::WriteAnnotationList(QvpNodeType type, IBookAn
     const QvAnnotationType annotationType = AnnotationTypeOf(type);
     const Annotations annotations = {list};
     for (unsigned int i = 0; i < count; ++i) {
-        if (!IsStorable(annotations[i], annotationType))
+        if (SizeInRecord(annotations[i], annotationType) == 0)
             return QV_E_INVALIDARG;
     }
     const auto store = [=](IBookAnnotation* annotation, unsigned char* bytes, unsigned int room) {
-        const unsigned int size = SizeInRecord(annotation);
-        if (size > room ||
-            !CBookAnnotationHelper::SaveAnnotationToBuffer(annotation, annotationType, bytes, size))
-            return 0u;
-        return size;
+        const unsigned int size = SizeInRecord(annotation, annotationType);
+        const bool isStored = size <= room && CBookAnnotationHelper::SaveAnnotationToBuffer(
+                                                  annotation, annotationType, bytes, size);
+        return isStored ? size : 0;
     };
     const auto create = [=](IBookAnnotation* first) {
-        const unsigned int length = QvpFormat::kCountSize + SizeInRecord(first);
+        const unsigned int length = QvpFormat::kCountSize + SizeInRecord(first, annotationType);
         return NewQvpNode(type, m_nFileId, std::max(QvpFormat::kAnnotationRecordLength, length))
             .release();
     };
-    return ReplaceRecords(m_pFile, type, m_nFileId, &ListOf(type), annotations, count, store,
-                          create);
+    return ReplaceRecords(QV_S_OK, m_pFile, type, m_nFileId, &ListOf(type), annotations, count,
+                          store, create);
 }
 
 QVRESULT CBookAnnotationListProxy::ReadAnnotationList(QvpNodeType type, IBookAnnotation** list,

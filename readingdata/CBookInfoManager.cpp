@@ -1,10 +1,10 @@
 #include "readingdata/CBookInfoManager.h"
 
-#include <cstring>
+#include <cstdio>
 #include <memory>
 #include <new>
 
-#include "base/OwnedArray.h"
+#include "base/Handles.h"
 #include "readingdata/CQvpFile.h"
 
 namespace QvFormat {
@@ -17,13 +17,10 @@ QVRESULT CBookInfoManager::GetBookInfoEntity(char const* bookPath, IBookInfoEnti
     std::unique_ptr<CQvpFile> file(new (std::nothrow) CQvpFile);
     if (!file)
         return QV_E_FAIL;
-    constexpr char extension[] = ".qvp";
-    const std::size_t length = std::strlen(bookPath);
-    const std::unique_ptr<char[]> name = NewArray<char>(length + sizeof extension);
-    if (!name)
+    char* delivered = nullptr;
+    if (asprintf(&delivered, "%s.qvp", bookPath) < 0)
         return QV_E_OUTOFMEMORY;
-    std::memcpy(name.get(), bookPath, length);
-    std::memcpy(name.get() + length, extension, sizeof extension);
+    const MallocPtr<char> name(delivered);
     if (file->Open(name.get(), create) != QV_S_OK)
         return QV_E_FAIL;
     *entity = file.release();

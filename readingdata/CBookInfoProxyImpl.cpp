@@ -159,13 +159,11 @@ QVRESULT CBookInfoProxyImpl::GetSummary(char** summary) {
 }
 
 QVRESULT CBookInfoProxyImpl::GetLatestSection(char** section) {
-    const QVRESULT refused = CheckProxy(m_pFile, section);
-    if (refused != QV_S_OK)
-        return refused;
-    int serialized = 0;
-    if (GetIsSerialized(&serialized) != QV_S_OK || !serialized)
-        return QV_E_FAIL;
-    return ReadData(m_nLatestSectionOffset, section);
+    const QVRESULT result = Prepare(CheckProxy(m_pFile, section), 1);
+    if (result != QV_S_OK)
+        return result;
+    const bool isSerialized = *Field(m_nIsSerializedOffset) != 0;
+    return isSerialized ? ReadData(m_nLatestSectionOffset, section) : QV_E_FAIL;
 }
 
 QVRESULT CBookInfoProxyImpl::SetBookName(char const* name, unsigned int length) {

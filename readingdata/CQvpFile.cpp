@@ -48,6 +48,16 @@ bool CreateEmpty(const char* path) {
                Replacement::Done;
 }
 
+template<typename Proxy, typename Interface>
+QVRESULT MakeProxy(CQvpFile* file, int opened, unsigned int fileId, Interface** proxy) {
+    if (!opened)
+        return QV_E_NOTREADY;
+    if (!proxy)
+        return QV_E_INVALIDARG;
+    *proxy = new (std::nothrow) Proxy(file, fileId);
+    return *proxy ? QV_S_OK : QV_E_OUTOFMEMORY;
+}
+
 bool IsNew(const Qvp_Node* node) {
     return node->nOffset == 0 && node->nType != QvpNodeFree && node->nLength != 0 && node->pData;
 }
@@ -63,15 +73,6 @@ bool IsListed(const QvpRecord& record) {
 bool IsRecordOf(const Qvp_Node& node, const QvpRecord& record) {
     return node.nType != QvpNodeFree && node.nId == record.nId && node.nLength == record.nLength &&
            (record.nType == QvpNodeFree || record.nType == node.nType);
-}
-
-// Whatever is appended after a record that was cut off while it was written would be taken for its
-// missing bytes.
-bool EndsTorn(const unsigned char* image, long size) {
-    QvpRecordScan scan(size);
-    for (QvpRecord record = {}; scan.Next(image, &record);) {
-    }
-    return !scan.ReachedEnd();
 }
 
 } // namespace
@@ -144,20 +145,6 @@ int CQvpFile::HandleHeader(unsigned char* header) {
 
 // --- proxies ------------------------------------------------------------------------------------
 
-namespace {
-
-template<typename Proxy, typename Interface>
-QVRESULT MakeProxy(CQvpFile* file, int opened, unsigned int fileId, Interface** proxy) {
-    if (!opened)
-        return QV_E_NOTREADY;
-    if (!proxy)
-        return QV_E_INVALIDARG;
-    *proxy = new (std::nothrow) Proxy(file, fileId);
-    return *proxy ? QV_S_OK : QV_E_OUTOFMEMORY;
-}
-
-} // namespace
-
 QVRESULT CQvpFile::GetInfoProxy(IBookInfoProxy** proxy, unsigned int fileId) {
     return MakeProxy<CBookInfoProxyImpl>(this, m_bOpened, fileId, proxy);
 }
@@ -201,11 +188,9 @@ int CQvpFile::GetData(long offset, int size, unsigned char* out) {
 }
 
 int CQvpFile::AttachDataBuffer(Qvp_Node* node, long offset, unsigned int size) {
-    if (size == 0 || size > INT_MAX)
-        return 0;
     // Asked for before anything is allocated, so that a length that lies costs no memory.
     unsigned char last = 0;
-    if (offset > LONG_MAX - static_cast<long>(size) ||
+    if (size == 0 || size > INT_MAX || offset > LONG_MAX - static_cast<long>(size) ||
         !GetData(offset + static_cast<long>(size) - 1, 1, &last))
         return 0;
     node->bBorrowed = m_bFromPath;
@@ -332,14 +317,7 @@ void CQvpFile::ForEachNode(Visit visit) const {
 
 // All nodes, by the offsets of their records.
 NodePlaces CQvpFile::Places() const {
-    std::size_t count = 0;
-    ForEachNode([&count](Qvp_Node*) { ++count; });
-    NodePlaces places(count);
-    if (places.IsValid()) {
-        ForEachNode([&places](Qvp_Node* node) { places.Note(node); });
-        places.Sort();
-    }
-    return places;
+    return NodePlaces([this](auto visit) { ForEachNode(visit); });
 }
 
 void CQvpFile::FreeDataList(Qvp_Node* list) {
@@ -387,11 +365,10 @@ QVRESULT CQvpFile::Flush() {
 CQvpFile::Pending CQvpFile::FindPending() const {
     Pending pending = {false, false, m_nImageSize, m_nImageSize};
     ForEachNode([&pending](const Qvp_Node* node) {
-        const long size = QvpFormat::kRecordHeaderSize + static_cast<long>(node->nLength);
-        if (node->nOffset == 0) {
-            pending.isNew |= IsNew(node);
+        pending.isNew |= IsNew(node);
+        if (node->nOffset == 0)
             return;
-        }
+        const long size = QvpFormat::kRecordHeaderSize + static_cast<long>(node->nLength);
         pending.isModified |= node->bModified != 0;
         pending.knownSize += node->bBorrowed ? 0 : size;
         pending.knownEnd = std::max(pending.knownEnd, node->nOffset + size);
@@ -408,27 +385,26 @@ int CQvpFile::ShouldRewrite() {
     return freeData > QvpFormat::kMaxFreeData;
 }
 
-// Not after a torn record, nor beside a record of the same list that another container has appended
-// since: a reader would take both for one list.
+// Not after a record that was cut off while it was written: what follows it would be taken for its
+// missing bytes. Nor beside a record of the same list that another container has appended since: a
+// reader would take both for one list.
 bool CQvpFile::MayAppend(bool isChanged) {
-    if (!isChanged)
-        return !EndsTorn(m_pImage.get(), m_nImageSize);
-    Image image;
-    long size = 0;
+    Image changed;
+    long size = m_nImageSize;
     NodePlaces places = Places();
-    if (!places.IsValid() || ReadImage(m_pszPath.get(), &image, &size) != QV_S_OK ||
-        EndsTorn(image.get(), size))
+    if (isChanged && (!places.IsValid() || ReadImage(m_pszPath.get(), &changed, &size) != QV_S_OK))
         return false;
+    const unsigned char* image = isChanged ? changed.get() : m_pImage.get();
     QvpRecordScan scan(size);
-    for (QvpRecord record = {}; scan.Next(image.get(), &record);) {
-        if (places.NodeAt(record.nOffset))
+    for (QvpRecord record = {}; scan.Next(image, &record);) {
+        if (!isChanged || places.NodeAt(record.nOffset))
             continue;
         for (Qvp_Node* node = LoadedList(record); node; node = node->pNext) {
             if (IsNew(node))
                 return false;
         }
     }
-    return true;
+    return scan.ReachedEnd();
 }
 
 // --- flushing -----------------------------------------------------------------------------------
@@ -469,12 +445,10 @@ int CQvpFile::SaveQvpNodeToFile(std::FILE* file, Qvp_Node* list, int rewrite, in
             continue;
         }
         node->bModified = 0;
-        if (node->nLength == 0 || !node->pData)
-            continue;
-        if (node->nOffset != 0)
-            written &= OverwriteQvpRecord(file, *node);
-        else if (node->nType != QvpNodeFree)
+        if (IsNew(node))
             written &= AppendQvpRecord(file, *node, &node->nOffset);
+        else if (node->nOffset != 0 && node->nLength != 0 && node->pData)
+            written &= OverwriteQvpRecord(file, *node);
     }
     return written;
 }

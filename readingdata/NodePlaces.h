@@ -12,17 +12,23 @@ namespace QvFormat {
 // compaction, for the case that it cannot be done.
 class NodePlaces {
 public:
-    explicit NodePlaces(std::size_t capacity) : m_pPlaces(NewArray<Place>(capacity)) {}
-
-    // False without memory: nothing else may be asked then.
-    bool IsValid() const { return m_pPlaces != nullptr; }
-
-    void Note(Qvp_Node* node) { m_pPlaces[m_nCount++] = {node, node->nOffset, node->bModified}; }
-
-    void Sort() {
+    // forEachNode(visit) calls visit(node) for all nodes.
+    template<typename ForEachNode>
+    explicit NodePlaces(ForEachNode forEachNode) {
+        std::size_t count = 0;
+        forEachNode([&count](Qvp_Node*) { ++count; });
+        m_pPlaces = NewArray<Place>(count);
+        if (!m_pPlaces)
+            return;
+        forEachNode([this](Qvp_Node* node) {
+            m_pPlaces[m_nCount++] = {node, node->nOffset, node->bModified};
+        });
         std::sort(m_pPlaces.get(), m_pPlaces.get() + m_nCount,
                   [](const Place& one, const Place& other) { return one.offset < other.offset; });
     }
+
+    // False without memory: nothing else may be asked then.
+    bool IsValid() const { return m_pPlaces != nullptr; }
 
     // The node of the record at `offset`, or null. Offsets must be asked for in rising order.
     Qvp_Node* NodeAt(long offset) {

@@ -19,7 +19,6 @@ constexpr int kRevisionAt = 4;
 // --- records ------------------------------------------------------------------------------------
 
 // Type (1 byte), file id (4), length of the data that follows (4).
-constexpr long kFirstRecordOffset = kHeaderSize;
 constexpr long kRecordHeaderSize = 9;
 constexpr int kRecordIdAt = 1;
 constexpr int kRecordLengthAt = 5;

@@ -82,40 +82,38 @@ struct RecordFiller {
 template<typename Filler, typename Create>
 QVRESULT AppendRecords(CQvpFile* file, Filler* filler, Create create) {
     Qvp_Node* chain = nullptr;
-    Qvp_Node** tail = &chain;
-    while (!filler->Done()) {
+    for (Qvp_Node** tail = &chain; !filler->Done(); tail = &(*tail)->pNext) {
         *tail = create(filler->items[filler->nNext]);
         if (!*tail || !filler->Fill(*tail))
             break;
-        tail = &(*tail)->pNext;
     }
-    if (file->AppendNodeList(chain) == QV_S_OK)
+    if (!chain || file->AppendNodeList(chain) == QV_S_OK)
         return filler->Done() ? QV_S_OK : QV_E_FAIL;
     CQvpFile::FreeDataList(chain);
     return QV_E_FAIL;
 }
 
-// Replaces a list: its records take the items in order; then surplus records are freed, or missing
-// ones made. QV_E_FAIL: the list could not be read, and nothing changes; or a record could not be
-// made, and the items before it are in place.
+// Replaces a list unless that is `refused`: its records take the items in order; surplus ones are
+// freed, missing ones made. QV_E_FAIL: the list could not be read, and nothing changes; or a record
+// could not be made, and the items before it are in place.
 template<typename Items, typename Store, typename Create>
-QVRESULT ReplaceRecords(CQvpFile* file, QvpNodeType type, unsigned int fileId, Qvp_Node** head,
-                        Items items, std::uint32_t count, Store store, Create create) {
+QVRESULT ReplaceRecords(QVRESULT refused, CQvpFile* file, QvpNodeType type, unsigned int fileId,
+                        Qvp_Node** head, Items items, std::uint32_t count, Store store,
+                        Create create) {
+    if (refused != QV_S_OK)
+        return refused;
     if (!AttachForWriting(file, type, fileId, head))
         return QV_E_FAIL;
     RecordFiller<Items, Store> filler{type, items, count, store};
-    Qvp_Node* node = *head;
-    for (; node && !filler.Done(); node = node->pNext) {
-        if (node->nLength >= QvpFormat::kCountSize)
+    for (Qvp_Node* node = *head; node; node = node->pNext) {
+        if (filler.Done()) {
+            node->nType = QvpNodeFree;
+            node->bModified = 1;
+        } else if (node->nLength >= QvpFormat::kCountSize) {
             filler.Fill(node);
+        }
     }
-    if (!filler.Done())
-        return AppendRecords(file, &filler, create);
-    for (; node; node = node->pNext) {
-        node->nType = QvpNodeFree;
-        node->bModified = 1;
-    }
-    return QV_S_OK;
+    return AppendRecords(file, &filler, create);
 }
 
 // Calls visit(node) for the records in use that have room for a count, until one answers false;

@@ -38,7 +38,7 @@ public:
 
 protected:
     long m_nEnd;
-    long m_nPosition = QvpFormat::kFirstRecordOffset;
+    long m_nPosition = QvpFormat::kHeaderSize; // the first record's
     bool m_bCutOff = false;
 };
 

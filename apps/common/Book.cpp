@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <fstream>
 
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "base/CFileStream.h"
 #include "base/Handles.h"
 #include "common/Failure.h"
 #include "common/TextDecoder.h"
@@ -16,19 +16,11 @@ namespace umdhost {
 
 namespace {
 
-constexpr long kFirstNode = 4; // the file's signature comes before it
+constexpr std::streamsize kFirstNode = 4; // the file's signature comes before it
 constexpr int kNodeMark = '#';
 
-std::unique_ptr<QvFormat::CFileStream> OpenStream(const std::string& path) {
-    return std::make_unique<QvFormat::CFileStream>(
-        reinterpret_cast<const unsigned char*>(path.c_str()), QvFormat::FileOpenRead);
-}
-
 bool BeginsLikeABook(const std::string& path) {
-    const auto stream = OpenStream(path);
-    int mark = 0;
-    stream->Seek(kFirstNode, QvFormat::SeekFromBegin, nullptr);
-    return stream->ReadByte(&mark) == QvFormat::QV_S_OK && mark == kNodeMark;
+    return std::ifstream(path, std::ios::binary).ignore(kFirstNode).get() == kNodeMark;
 }
 
 std::string WhyNoText(const std::string& path, int declaredBytes) {
@@ -56,9 +48,8 @@ std::optional<std::string> ToText(unsigned short* string) {
 } // namespace
 
 Book::Book(const std::string& path) : m_sPath(path) {
-    CheckFile(path);
     // The handler owns the stream from here on.
-    m_pHandler = std::make_unique<QvFormat::CUMDHandler>(OpenStream(path).release());
+    m_pHandler = std::make_unique<QvFormat::CUMDHandler>(OpenBookFile(path).release());
     if (ChunkCount() == 0)
         throw Failure(path, WhyNoText(path, DeclaredBytes()));
 }
@@ -104,6 +95,12 @@ void CheckFile(const std::string& path) {
         throw Failure(path, "not a regular file");
     if (status.st_size == 0)
         throw Failure(path, "the file is empty");
+}
+
+std::unique_ptr<QvFormat::CFileStream> OpenBookFile(const std::string& path) {
+    CheckFile(path);
+    return std::make_unique<QvFormat::CFileStream>(
+        reinterpret_cast<const unsigned char*>(path.c_str()), QvFormat::FileOpenRead);
 }
 
 std::string DamagedChunk(int index, int count) {

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "base/CFileStream.h"
 #include "umd/CUMDHandler.h"
 
 namespace umdhost {
@@ -49,6 +50,9 @@ private:
 // Throws Failure, with the system's reason, for what is no file with something in it that can be
 // read: the library reports one failure for everything it cannot open, and would wait at a pipe.
 void CheckFile(const std::string& path);
+
+// Opens a book's file for reading once CheckFile has no objection.
+std::unique_ptr<QvFormat::CFileStream> OpenBookFile(const std::string& path);
 
 // Names a damaged chunk, counted from 1 as people do.
 std::string DamagedChunk(int index, int count);

@@ -12,15 +12,6 @@ namespace {
 
 constexpr std::size_t kUnitBytes = 2; // of UTF-16
 
-std::vector<Chapter> ReadTable(const Book& book) {
-    std::vector<Chapter> chapters(static_cast<std::size_t>(book.ChapterCount()));
-    for (std::size_t i = 0; i < chapters.size(); ++i) {
-        chapters[i].title = book.ChapterTitle(static_cast<int>(i));
-        chapters[i].offset = book.ChapterOffset(static_cast<int>(i));
-    }
-    return chapters;
-}
-
 // In the order of the text, those that lie in what the book says is its text.
 std::vector<Chapter*> InTextOrder(std::vector<Chapter>& chapters, int declaredBytes) {
     std::vector<Chapter*> sorted;
@@ -88,7 +79,10 @@ void SetEnds(const std::vector<Chapter*>& sorted, std::size_t textBytes) {
 } // namespace
 
 std::vector<Chapter> ReadChapters(const Book& book) {
-    std::vector<Chapter> chapters = ReadTable(book);
+    std::vector<Chapter> chapters;
+    chapters.reserve(static_cast<std::size_t>(book.ChapterCount()));
+    for (int index = 0; index < book.ChapterCount(); ++index)
+        chapters.push_back({book.ChapterTitle(index), book.ChapterOffset(index)});
     const std::vector<Chapter*> sorted = InTextOrder(chapters, book.DeclaredBytes());
     if (!sorted.empty())
         SetEnds(sorted, SetPlaces(sorted, book));

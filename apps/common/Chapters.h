@@ -17,11 +17,11 @@ struct Chapter {
 
     // Where it begins, for an exact jump. None when the offset lies outside of the text; inside a
     // character, that character begins the chapter.
-    std::optional<Place> place;
+    std::optional<Place> place{};
 
-    // The bytes of the text from there to where the next chapter in the text begins.
+    // The bytes of the text from there to where the next chapter in the text begins. At first, all.
     std::size_t begin = 0;
-    std::size_t end = 0;
+    std::size_t end = std::string::npos;
 };
 
 // The book's chapters in the order of its table, however that lies. Reads the whole text once.

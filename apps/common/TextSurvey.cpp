@@ -11,49 +11,48 @@ const char* ResultOfLength(std::int64_t declared, std::int64_t actual) {
     return declared < actual ? "what is more is not shown" : "the last screens cannot be shown";
 }
 
-} // namespace
-
-TextSurvey::TextSurvey(const Book& book) : m_nDeclaredBytes(book.DeclaredBytes()) {
+// Counts the chunks and what is in them. Returns where the last character begins that lies across
+// two blocks, as a byte offset; -1: there is none.
+std::int64_t Count(const Book& book, TextSurvey& survey) {
+    std::int64_t lastCut = -1;
+    bool firstHalf = false; // the unit before was the first half of a pair
     for (int index = 0; index < book.ChunkCount(); ++index) {
         const std::optional<std::string> chunk = book.ReadChunk(index);
         if (!chunk) {
-            m_damagedChunks.push_back(index);
+            survey.damagedChunks.push_back(index);
             continue;
         }
-        for (const char byte : *chunk)
-            AddByte(static_cast<unsigned char>(byte));
+        for (const unsigned char byte : *chunk) {
+            if (++survey.bytes % 2 != 0)
+                continue; // the second byte of a unit tells whether that is half of a pair
+            const bool secondHalf = firstHalf && (byte & 0xFCu) == 0xDCu;
+            survey.characters += secondHalf ? 0 : 1;
+            firstHalf = (byte & 0xFCu) == 0xD8u;
+            if (firstHalf &&
+                (survey.bytes % kBlockBytes == 0 || survey.bytes == book.DeclaredBytes()))
+                lastCut = survey.bytes - 2;
+        }
     }
+    return lastCut;
 }
 
-void TextSurvey::AddByte(unsigned char byte) {
-    ++m_nBytes;
-    if (m_nBytes % 2 == 1)
-        m_nLowByte = byte;
-    else
-        AddUnit(m_nLowByte | (static_cast<unsigned int>(byte) << 8));
-}
+} // namespace
 
-void TextSurvey::AddUnit(unsigned int unit) {
-    const bool secondHalf = m_bFirstHalf && (unit & 0xFC00u) == 0xDC00u;
-    if (!secondHalf)
-        ++m_nCharacters;
-    m_bFirstHalf = (unit & 0xFC00u) == 0xD800u;
-    if (m_bFirstHalf && (m_nBytes % kBlockBytes == 0 || m_nBytes == m_nDeclaredBytes))
-        m_nLastCut = m_nBytes - 2;
-}
-
-std::vector<std::string> TextSurvey::Warnings() const {
-    std::vector<std::string> warnings;
-    if (m_nDeclaredBytes != m_nBytes)
-        warnings.push_back("it declares " + std::to_string(m_nDeclaredBytes) +
-                           " bytes of text but holds " + std::to_string(m_nBytes) + ": " +
-                           ResultOfLength(m_nDeclaredBytes, m_nBytes));
-    if (m_nLastCut >= 0 && m_damagedChunks.empty())
-        warnings.push_back("the character at byte " + std::to_string(m_nLastCut) +
-                           " lies across two blocks: the text around it cannot be shown");
-    if (m_nDeclaredBytes > 0 && m_nDeclaredBytes % 2 != 0)
-        warnings.push_back("its text ends inside a character: the last screens cannot be shown");
-    return warnings;
+TextSurvey SurveyText(const Book& book) {
+    TextSurvey survey;
+    const std::int64_t lastCut = Count(book, survey);
+    const std::int64_t declared = book.DeclaredBytes();
+    if (declared != survey.bytes)
+        survey.warnings.push_back("it declares " + std::to_string(declared) +
+                                  " bytes of text but holds " + std::to_string(survey.bytes) +
+                                  ": " + ResultOfLength(declared, survey.bytes));
+    if (lastCut >= 0 && survey.damagedChunks.empty())
+        survey.warnings.push_back("the character at byte " + std::to_string(lastCut) +
+                                  " lies across two blocks: the text around it cannot be shown");
+    if (declared > 0 && declared % 2 != 0)
+        survey.warnings.push_back(
+            "its text ends inside a character: the last screens cannot be shown");
+    return survey;
 }
 
 } // namespace umdhost

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <limits>
 #include <string>
 
 #include "Reader.h"
@@ -22,18 +21,12 @@ int RunText(const std::string& book, unsigned int chapter, bool raw);
 // file's or its book's. Nothing is changed.
 int RunReadingData(const std::string& path, bool json);
 
-// Screens from `first` to `last`, both included, counted from 1 where drawing begins.
-struct ScreenRange {
-    static constexpr long kUnlimited = std::numeric_limits<long>::max();
-    long first = 1;
-    long last = 10;
-};
-
 struct RenderOptions {
     std::string book;
     std::string folder; // made when missing
     std::string format = "png";
-    ScreenRange screens;
+    long firstScreen = 1; // counted from 1 where drawing begins
+    long lastScreen = 10; // included; the last that there is when the book ends before it
     Look look;
     float position = 0;       // fraction of the book
     unsigned int chapter = 0; // where to begin instead, counted from 1; 0: at the position

@@ -50,16 +50,16 @@ Json ToJson(const Book& book, const TextSurvey& survey) {
             {"publisher", ToJson(strings.publisher)},
             {"vendor", ToJson(strings.vendor)},
             {"chunks", book.ChunkCount()},
-            {"damagedChunks", survey.DamagedChunks()},
+            {"damagedChunks", survey.damagedChunks},
             {"declaredBytes", book.DeclaredBytes()},
-            {"actualBytes", survey.Bytes()},
-            {"actualCharacters", survey.Characters()},
-            {"lengthsAgree", book.DeclaredBytes() == survey.Bytes()},
+            {"actualBytes", survey.bytes},
+            {"actualCharacters", survey.characters},
+            {"lengthsAgree", book.DeclaredBytes() == survey.bytes},
             {"blocks", book.BlockCount()},
             {"blockBytes", kBlockBytes},
             {"place", ToJson(ReadPlace(book.Path()), book)},
             {"chapters", ToJson(ReadChapters(book), book)},
-            {"warnings", survey.Warnings()}};
+            {"warnings", survey.warnings}};
 }
 
 // --- for people ---------------------------------------------------------------------------------
@@ -128,14 +128,14 @@ std::string ToLines(const Json& info) {
 
 int RunInfo(const std::string& path, bool json) {
     const Book book(path);
-    const TextSurvey survey(book);
+    const TextSurvey survey = SurveyText(book);
     const Json info = ToJson(book, survey);
     WriteOut(json ? Dump(info, 2) + "\n" : ToLines(info));
-    for (const std::string& warning : survey.Warnings())
+    for (const std::string& warning : survey.warnings)
         Report(path, "warning: " + warning);
-    for (const int index : survey.DamagedChunks())
+    for (const int index : survey.damagedChunks)
         Report(path, DamagedChunk(index, book.ChunkCount()));
-    return survey.DamagedChunks().empty() ? EXIT_SUCCESS : EXIT_FAILURE;
+    return survey.damagedChunks.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 } // namespace umdview

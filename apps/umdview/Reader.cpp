@@ -3,7 +3,6 @@
 #include <memory>
 #include <new>
 
-#include "base/CFileStream.h"
 #include "common/Book.h"
 #include "layout/CPangoLayout.h"
 
@@ -28,9 +27,7 @@ std::unique_ptr<ITextLayout> NewLayout(const Look& look) {
 } // namespace
 
 Reader::Reader(const std::string& path, const Look& look) : m_look(look) {
-    CheckFile(path);
-    auto stream = std::make_unique<CFileStream>(
-        reinterpret_cast<const unsigned char*>(path.c_str()), FileOpenRead);
+    auto stream = OpenBookFile(path);
     auto layout = NewLayout(look);
     char noPath[] = ""; // else the renderer would keep the place of every look at the book
     m_renderer.SetFontSize(look.letterSize);
@@ -48,21 +45,18 @@ Place Reader::Begin() {
     return {static_cast<unsigned int>(block), static_cast<unsigned int>(offset)};
 }
 
-bool Reader::GoTo(float fraction) {
-    return m_renderer.GotoPosition(fraction) == QV_S_OK;
-}
-
 bool Reader::GoTo(const Place& place) {
-    return m_renderer.UmdSetText(static_cast<int>(place.block), static_cast<int>(place.offset)) !=
-           0;
+    const int block = static_cast<int>(place.block);
+    return Arrive(m_renderer.UmdSetText(block, static_cast<int>(place.offset)) != 0, block);
 }
 
 bool Reader::TurnPage() {
-    return m_renderer.GotoNextScreen() == QV_S_OK;
+    return Arrive(m_renderer.GotoNextScreen() == QV_S_OK, -1);
 }
 
-bool Reader::PassOver(int block, int* bytes) {
-    return m_renderer.GotoReadableScreen(block, 1, bytes) == QV_S_OK;
+bool Reader::Arrive(bool shown, int block) {
+    m_nPassedOver = 0;
+    return shown || m_renderer.GotoReadableScreen(block, 1, &m_nPassedOver) == QV_S_OK;
 }
 
 // The library draws into the middle of the image: fewer pixels of a row than lie between the

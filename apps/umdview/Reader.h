@@ -30,28 +30,29 @@ public:
     int BlockCount() { return m_renderer.GetBlockCount(); }
     umdhost::Place Begin(); // of the screen shown
 
-    // Show the screen at a fraction of the book (from 0, its beginning, to 1, its end) or at a
-    // place; false when the text there is damaged.
-    bool GoTo(float fraction);
+    // Show the screen at a place, or after the one shown. Text that cannot be shown is passed over.
+    // False when there is none after it.
     bool GoTo(const umdhost::Place& place);
-
-    // Shows the next screen; false when there is none, or when its text is damaged.
     bool TurnPage();
+
+    // The bytes of text that the last of these left out; when it failed, those up to the book's
+    // end.
+    int PassedOver() const { return m_nPassedOver; }
 
     // Lets the next turn be a quick one. For the time in which a reader looks at the screen.
     void PrepareTurn() { m_renderer.PrepareNextScreen(); }
-
-    // Where a turn (`block` -1) or a jump to a block failed: shows the next screen that can be
-    // shown, and stores how many bytes of text were passed over. False when there is none: the
-    // bytes up to the book's end, 0 at its end.
-    bool PassOver(int block, int* bytes);
 
     // The screen shown within its margins, dark ink on white.
     Image Draw();
 
 private:
+    // Ends a jump to a block, or a turn (`block` -1). Unless its screen is `shown`, the next one
+    // that can be shown is.
+    bool Arrive(bool shown, int block);
+
     const Look m_look;
     QvFormat::CUMDRenderImpl m_renderer;
+    int m_nPassedOver = 0;
 };
 
 } // namespace umdview

@@ -22,8 +22,6 @@ namespace {
 
 constexpr std::string_view kMagic = "QVP";
 constexpr std::size_t kHeaderBytes = 5; // the magic, version, revision
-constexpr std::size_t kVersionAt = 3;
-constexpr std::size_t kRevisionAt = 4;
 
 // `path` is the file's, or its book's.
 std::string Find(const std::string& path) {
@@ -47,22 +45,21 @@ std::string ReadBytes(const std::string& file, const std::string& path) {
 // Adds the records, what is damaged in them, and the bytes that free ones hold.
 void AddRecords(Json& document, std::string_view bytes) {
     std::uint64_t deadBytes = 0;
-    std::set<std::uint32_t> idsWithInfo;
+    std::set<Json> idsWithInfo;
     DataReader rest(bytes.substr(kHeaderBytes));
     while (rest.Left() >= kRecordHeaderBytes) {
         const std::size_t offset = bytes.size() - rest.Left();
-        const Record record = TakeRecord(rest);
         std::string wrong;
-        const Json& json = document["records"].emplace_back(ToJson(record, offset, &wrong));
-        if (record.type == QvpNodeFree)
-            deadBytes += record.data.size();
+        const Json& record = document["records"].emplace_back(TakeRecord(rest, offset, &wrong));
+        if (record["type"] == QvpNodeFree)
+            deadBytes += bytes.size() - rest.Left() - offset - kRecordHeaderBytes;
         // Of book information the library uses the first record only.
-        if (record.type == QvpNodeBookInfo && wrong.empty() &&
-            !idsWithInfo.insert(record.id).second)
+        if (record["type"] == QvpNodeBookInfo && wrong.empty() &&
+            !idsWithInfo.insert(record["id"]).second)
             wrong = "another one of this file id comes before it";
         if (!wrong.empty())
             document["damage"].push_back("record at offset " + std::to_string(offset) + ", " +
-                                         json["name"].get<std::string>() + ": " + wrong);
+                                         record["name"].get<std::string>() + ": " + wrong);
     }
     if (rest.Left() > 0)
         document["damage"].push_back(std::to_string(rest.Left()) +
@@ -71,13 +68,11 @@ void AddRecords(Json& document, std::string_view bytes) {
 }
 
 Json ToJson(const std::string& file, std::string_view bytes) {
-    Json document = {{"file", file},
-                     {"version", static_cast<unsigned char>(bytes[kVersionAt])},
-                     {"revision", static_cast<unsigned char>(bytes[kRevisionAt])},
-                     {"size", bytes.size()},
-                     {"deadBytes", 0},
-                     {"records", Json::array()},
-                     {"damage", Json::array()}};
+    DataReader header(bytes.substr(kMagic.size()));
+    Json document = {
+        {"file", file},           {"version", header.Byte()}, {"revision", header.Byte()},
+        {"size", bytes.size()},   {"deadBytes", 0},           {"records", Json::array()},
+        {"damage", Json::array()}};
     AddRecords(document, bytes);
     return document;
 }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "DataReader.h"
 #include "QvpNodeType.h"
 
 namespace umdview {
@@ -14,7 +13,6 @@ namespace {
 
 constexpr std::size_t kTagBytes = 50;
 constexpr std::size_t kPlaceBytes = 9; // bookmark type, block index, offset
-constexpr std::size_t kCountBytes = 4; // every record of a list begins with its count
 
 struct Field {
     const char* name;
@@ -123,11 +121,13 @@ const Layout& LayoutOf(std::uint32_t type) {
     return layouts[std::min(type, unknown)];
 }
 
-// An entry of one field is that field. One that begins with null is passed over, as by the library.
-Json ReadEntries(DataReader& data, std::uint32_t count, const Fields& fields) {
+// Reads the count of the entries and each entry. An entry of one field is that field. One that
+// begins with null is passed over, as by the library.
+Json ReadList(DataReader& data, const Fields& fields, std::string* wrong) {
+    const std::uint32_t count = data.Integer();
     Json entries = Json::array();
     try {
-        for (; count > 0; --count) {
+        for (std::uint32_t left = count; left > 0; --left) {
             Json entry = ReadFields(data, fields);
             if (!entry.front().is_null())
                 entries.push_back(fields.size() == 1 ? entry.front() : entry);
@@ -135,56 +135,37 @@ Json ReadEntries(DataReader& data, std::uint32_t count, const Fields& fields) {
     } catch (const DataReader::CutOff&) {
         // The record holds fewer entries than it says.
     }
-    return entries;
-}
-
-Json ReadList(DataReader& data, const Fields& fields, std::string* wrong) {
-    if (data.Left() < kCountBytes) {
-        *wrong = "it is too short for a list";
-        return nullptr;
-    }
-    const std::uint32_t count = data.Integer();
-    Json entries = ReadEntries(data, count, fields);
     if (entries.size() != count)
         *wrong = "it should hold " + std::to_string(count) + " entries, of which " +
                  std::to_string(entries.size()) + " can be read";
     return entries;
 }
 
-Json ReadContent(const Record& record, const Fields& fields, std::string* wrong) {
-    DataReader data(record.data);
-    if (record.type != QvpNodeBookInfo)
-        return ReadList(data, fields, wrong);
+Json ReadContent(DataReader data, bool isList, const Fields& fields, std::string* wrong) {
     try {
-        return ReadFields(data, fields);
+        return isList ? ReadList(data, fields, wrong) : ReadFields(data, fields);
     } catch (const DataReader::CutOff&) {
-        *wrong = "its fields do not fit into it; the library neither reads nor replaces it";
+        *wrong = isList
+                     ? "it is too short for a list"
+                     : "its fields do not fit into it; the library neither reads nor replaces it";
         return nullptr;
     }
 }
 
 } // namespace
 
-Record TakeRecord(DataReader& file) {
+Json TakeRecord(DataReader& file, std::size_t offset, std::string* wrong) {
     const std::uint32_t type = file.Byte();
-    const std::uint32_t id = file.Integer();
+    const auto& [name, fields] = LayoutOf(type);
+    Json json = {{"offset", offset}, {"type", type}, {"name", name}, {"id", file.Integer()}};
     const std::uint32_t length = file.Integer();
-    return {type, id, length, file.Take(std::min<std::size_t>(length, file.Left()))};
-}
-
-Json ToJson(const Record& record, std::size_t offset, std::string* wrong) {
-    const Layout& layout = LayoutOf(record.type);
-    Json json = {{"offset", offset},
-                 {"type", record.type},
-                 {"name", layout.name},
-                 {"id", record.id},
-                 {"length", record.length}};
-    const std::size_t missing = record.length - record.data.size();
-    if (missing > 0)
-        *wrong = "it is cut off; " + std::to_string(missing) + " of its " +
-                 std::to_string(record.length) + " bytes are missing";
-    else if (record.length > 0 && !layout.fields.empty())
-        json["content"] = ReadContent(record, layout.fields, wrong);
+    json["length"] = length;
+    const std::string_view data = file.Take(std::min<std::size_t>(length, file.Left()));
+    if (data.size() < length)
+        *wrong = "it is cut off; " + std::to_string(length - data.size()) + " of its " +
+                 std::to_string(length) + " bytes are missing";
+    else if (length > 0 && !fields.empty())
+        json["content"] = ReadContent(DataReader(data), type != QvpNodeBookInfo, fields, wrong);
     return json;
 }
 

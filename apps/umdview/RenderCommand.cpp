@@ -1,11 +1,12 @@
 #include "Commands.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <optional>
-#include <vector>
 
 #include <unistd.h>
 
@@ -40,86 +41,68 @@ std::string FileName(long screen, const RenderOptions& options) {
 
 // Why part of a book's text cannot be shown.
 void ReportDamage(const std::string& book) {
-    for (const std::string& warning : TextSurvey(Book(book)).Warnings())
+    for (const std::string& warning : SurveyText(Book(book)).warnings)
         Report(book, "damaged: " + warning);
 }
 
-// Text that could not be shown.
-struct Gap {
-    long afterScreen; // number of the screen before it
-    int bytes;
-};
-
+// How far paging has come.
 struct Drawn {
-    long count = 0;
-    long lastShown = 1; // number of the last screen that was shown
+    long lastShown = 0; // number of the last screen that was shown
     bool toTheEnd = false;
-    std::vector<Gap> gaps;
+    std::map<long, int> gaps; // by the screen before each: bytes of text that could not be shown
 };
 
-// Passes over text that cannot be shown; see Reader::PassOver.
-bool PassOver(Reader& reader, int block, long afterScreen, Drawn& drawn) {
-    int bytes = 0;
-    const bool shown = reader.PassOver(block, &bytes);
-    if (bytes > 0)
-        drawn.gaps.push_back({afterScreen, bytes});
-    return shown;
-}
-
-// Where drawing begins, if that is not asked for as a position.
-std::optional<Place> FirstPlace(const RenderOptions& options, int blockCount) {
+// Where drawing begins.
+Place FirstPlace(const RenderOptions& options, int blockCount) {
     if (options.chapter > 0)
-        return FindChapter(Book(options.book), options.chapter).place;
+        return FindChapter(Book(options.book), options.chapter).place.value();
     const std::optional<Place> saved = options.resume ? ReadPlace(options.book) : std::nullopt;
-    if (!saved || saved->block < static_cast<unsigned int>(blockCount))
-        return saved;
-    // The book does not have it, as when another book lay there before.
-    Report(options.book, "the saved place is outside of the book: beginning at the start");
-    return std::nullopt;
+    if (saved && saved->block < static_cast<unsigned int>(blockCount))
+        return *saved;
+    if (saved) // the book does not have it, as when another book lay there before
+        Report(options.book, "the saved place is outside of the book: beginning at the start");
+    const auto lastBlock = static_cast<float>(blockCount - 1);
+    return {static_cast<unsigned int>(options.position * lastBlock), 0};
 }
 
-// Shows the screen that drawing begins with, or else the first one after it that can be shown.
-void OpenAt(Reader& reader, const RenderOptions& options, Drawn& drawn) {
-    const std::optional<Place> place = FirstPlace(options, reader.BlockCount());
-    const auto last = static_cast<float>(reader.BlockCount() - 1);
-    const int block =
-        place ? static_cast<int>(place->block) : static_cast<int>(options.position * last);
-    const bool shown = place ? reader.GoTo(*place) : reader.GoTo(options.position);
-    if (shown || PassOver(reader, block, 0, drawn))
+// Shows the screen that drawing begins with.
+void OpenAt(Reader& reader, const RenderOptions& options) {
+    if (reader.GoTo(FirstPlace(options, reader.BlockCount())))
         return;
     ReportDamage(options.book);
     throw Failure(options.book, "no text from this position on can be shown");
 }
 
 // Pages through the screens and draws those asked for. Only one screen is in memory at a time.
-void DrawScreens(Reader& reader, const RenderOptions& options, Drawn& drawn) {
+Drawn DrawScreens(Reader& reader, const RenderOptions& options) {
     const std::filesystem::path folder(options.folder);
     Progress progress(reader.BlockCount());
-    for (;; ++drawn.lastShown) {
-        if (drawn.lastShown >= options.screens.first) {
+    Drawn drawn;
+    for (;; drawn.toTheEnd = !reader.TurnPage()) {
+        if (reader.PassedOver() > 0)
+            drawn.gaps[drawn.lastShown] = reader.PassedOver();
+        if (drawn.toTheEnd)
+            return drawn;
+        ++drawn.lastShown;
+        if (drawn.lastShown >= options.firstScreen)
             WriteImage(folder / FileName(drawn.lastShown, options), reader.Draw());
-            ++drawn.count;
-        }
         progress.Show(drawn.lastShown, reader.Begin().block);
-        if (drawn.lastShown == options.screens.last)
-            return;
+        if (drawn.lastShown == options.lastScreen)
+            return drawn;
         reader.PrepareTurn();
-        if (reader.TurnPage() || PassOver(reader, -1, drawn.lastShown, drawn))
-            continue;
-        drawn.toTheEnd = true;
-        return;
     }
 }
 
 // "10 screens drawn to out/ (screen-0001.png to screen-0010.png)"
 std::string Summary(const Drawn& drawn, const RenderOptions& options) {
-    std::string line = std::to_string(drawn.count) + (drawn.count == 1 ? " screen" : " screens") +
+    const long count = std::max(drawn.lastShown - options.firstScreen + 1, 0L);
+    std::string line = std::to_string(count) + (count == 1 ? " screen" : " screens") +
                        " drawn to " + (std::filesystem::path(options.folder) / "").string();
-    const std::string first = FileName(drawn.lastShown - drawn.count + 1, options);
+    const std::string first = FileName(options.firstScreen, options);
     const std::string last = FileName(drawn.lastShown, options);
-    if (drawn.count > 0)
-        line += " (" + (drawn.count == 1 ? last : first + " to " + last) + ")";
-    const bool cutOff = !drawn.gaps.empty() && drawn.gaps.back().afterScreen == drawn.lastShown;
+    if (count > 0)
+        line += " (" + (count == 1 ? last : first + " to " + last) + ")";
+    const bool cutOff = drawn.gaps.count(drawn.lastShown) > 0;
     if (drawn.toTheEnd)
         line += (cutOff ? ", nothing can be shown after screen " : ", the book ends at screen ") +
                 std::to_string(drawn.lastShown);
@@ -130,9 +113,9 @@ std::string Summary(const Drawn& drawn, const RenderOptions& options) {
 void ReportGaps(const Drawn& drawn, const std::string& book) {
     if (!drawn.gaps.empty())
         ReportDamage(book);
-    for (const Gap& gap : drawn.gaps)
-        Report(book, std::to_string(gap.bytes) + " bytes of text after screen " +
-                         std::to_string(gap.afterScreen) + " could not be shown");
+    for (const auto& [screen, bytes] : drawn.gaps)
+        Report(book, std::to_string(bytes) + " bytes of text after screen " +
+                         std::to_string(screen) + " could not be shown");
 }
 
 bool KeepPlace(const Place& place, const std::string& book) {
@@ -150,10 +133,9 @@ bool KeepPlace(const Place& place, const std::string& book) {
 int RunRender(const RenderOptions& options) {
     Reader reader(options.book, options.look);
     MakeFolder(options.folder);
-    Drawn drawn;
-    OpenAt(reader, options, drawn);
-    DrawScreens(reader, options, drawn);
-    const bool keepsPlace = options.resume && drawn.count > 0;
+    OpenAt(reader, options);
+    const Drawn drawn = DrawScreens(reader, options);
+    const bool keepsPlace = options.resume && drawn.lastShown >= options.firstScreen;
     const bool kept = !keepsPlace || KeepPlace(reader.Begin(), options.book);
     WriteOut(Summary(drawn, options));
     ReportGaps(drawn, options.book);

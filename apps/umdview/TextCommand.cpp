@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <regex>
 #include <string_view>
 
 #include "Output.h"
@@ -15,46 +16,26 @@ using namespace umdhost;
 
 namespace {
 
-constexpr std::string_view kParagraphSeparator = "\xE2\x80\xA9"; // U+2029
-
-std::string WithNewlines(std::string_view text) {
-    std::string lines;
-    for (std::size_t end = text.find(kParagraphSeparator); end != std::string_view::npos;
-         end = text.find(kParagraphSeparator)) {
-        lines.append(text.substr(0, end)).append("\n");
-        text.remove_prefix(end + kParagraphSeparator.size());
-    }
-    return lines.append(text);
+std::string WithNewlines(const std::string& text) {
+    static const std::regex paragraphSeparator("\xE2\x80\xA9"); // U+2029
+    return std::regex_replace(text, paragraphSeparator, "\n");
 }
 
-// The bytes of the text to write.
-struct Range {
-    std::size_t begin = 0;
-    std::size_t end = std::string_view::npos;
-};
-
-Range RangeOf(const Book& book, unsigned int number) {
-    if (number == 0)
-        return {};
-    const Chapter chapter = FindChapter(book, number);
-    return {chapter.begin, chapter.end};
-}
-
-// What of a chunk lies in the range; the chunk begins at byte `at` of the text.
-std::string_view Part(std::string_view chunk, std::size_t at, const Range& range) {
-    chunk = chunk.substr(0, range.end - at);
-    return chunk.substr(std::min(chunk.size(), std::max(range.begin, at) - at));
+// What of a chunk is the chapter's; the chunk begins at byte `at` of the text.
+std::string_view Part(std::string_view chunk, std::size_t at, const Chapter& chapter) {
+    chunk = chunk.substr(0, chapter.end - at);
+    return chunk.substr(std::min(chunk.size(), std::max(chapter.begin, at) - at));
 }
 
 } // namespace
 
-int RunText(const std::string& path, unsigned int chapter, bool raw) {
+int RunText(const std::string& path, unsigned int number, bool raw) {
     const Book book(path);
-    const Range range = RangeOf(book, chapter);
+    const Chapter chapter = number > 0 ? FindChapter(book, number) : Chapter{};
     TextDecoder decoder;
     int status = EXIT_SUCCESS;
     std::size_t at = 0;
-    for (int index = 0; index < book.ChunkCount() && at < range.end; ++index) {
+    for (int index = 0; index < book.ChunkCount() && at < chapter.end; ++index) {
         const std::optional<std::string> chunk = book.ReadChunk(index);
         if (!chunk) {
             Report(path, DamagedChunk(index, book.ChunkCount()));
@@ -62,7 +43,7 @@ int RunText(const std::string& path, unsigned int chapter, bool raw) {
             status = EXIT_FAILURE;
             continue;
         }
-        const std::string text = decoder.Decode(Part(*chunk, at, range));
+        const std::string text = decoder.Decode(Part(*chunk, at, chapter));
         WriteOut(raw ? text : WithNewlines(text));
         at += chunk->size();
     }

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <new>
 #include <string>
 #include <vector>
@@ -42,13 +43,12 @@ unsigned int ParseNumber(const std::string& option, const std::string& text, uns
     return number;
 }
 
-void ParseScreens(const std::string& text, ScreenRange& screens) {
+void ParseScreens(const std::string& text, RenderOptions& render) {
     const std::size_t dash = text.find('-');
-    screens.first = ParseNumber("--screens", text.substr(0, dash), kMaxNumber);
-    screens.last = screens.first;
-    if (dash != std::string::npos)
-        screens.last = ParseNumber("--screens", text.substr(dash + 1), kMaxNumber);
-    if (screens.last < screens.first)
+    render.firstScreen = ParseNumber("--screens", text.substr(0, dash), kMaxNumber);
+    // Without a dash, this is the whole text again.
+    render.lastScreen = ParseNumber("--screens", text.substr(dash + 1), kMaxNumber);
+    if (render.lastScreen < render.firstScreen)
         throw CLI::ValidationError("--screens", "\"" + text + "\" ends before it begins");
 }
 
@@ -123,8 +123,7 @@ void AddPlaceOptions(CLI::App& command, Arguments& arguments) {
             "--resume", arguments.render.resume,
             "Begin at the saved place, and keep it at the last screen drawn; without this the "
             "saved place is neither used nor moved")
-        ->excludes(position)
-        ->excludes(chapter);
+        ->excludes(position, chapter);
 }
 
 void AddRenderOptions(CLI::App& command, Arguments& arguments) {
@@ -133,12 +132,12 @@ void AddRenderOptions(CLI::App& command, Arguments& arguments) {
         ->required()
         ->type_name("DIR");
     CLI::Option* screens = command.add_option_function<std::string>(
-        "--screens", [&render](const std::string& text) { ParseScreens(text, render.screens); },
+        "--screens", [&render](const std::string& text) { ParseScreens(text, render); },
         "Screens to draw, A-B or one alone, counted from 1 where drawing begins (default: 1-10)");
     screens->type_name("A-B");
     command
         .add_flag_callback(
-            "--all", [&render] { render.screens.last = ScreenRange::kUnlimited; },
+            "--all", [&render] { render.lastScreen = std::numeric_limits<long>::max(); },
             "Draw all screens up to the end of the book")
         ->excludes(screens);
     AddLookOptions(command, arguments);

@@ -30,9 +30,7 @@ bool IsLatin(char16_t unit) {
 
 // The renderer gets no path, and so keeps no reading data: ReadingData says why.
 Pages::Pages(const std::string& path) : m_sPath(path), m_pLayout(nullptr) {
-    umdhost::CheckFile(path);
-    auto stream = std::make_unique<CFileStream>(
-        reinterpret_cast<const unsigned char*>(path.c_str()), FileOpenRead);
+    auto stream = umdhost::OpenBookFile(path);
     const Setting setting;
     auto layout =
         std::make_unique<CPangoLayout>(setting.font.c_str(), setting.width, setting.height, 72, 72);
