@@ -91,8 +91,8 @@ QVRESULT CBookAnnotationListProxy::WriteAnnotationList(QvpNodeType type, IBookAn
         return NewQvpNode(type, m_nFileId, std::max(QvpFormat::kAnnotationRecordLength, length))
             .release();
     };
-    return ReplaceRecords(QV_S_OK, m_pFile, type, m_nFileId, &ListOf(type), annotations, count,
-                          store, create);
+    return ReplaceRecords(m_pFile, type, m_nFileId, &ListOf(type), annotations, count, store,
+                          create);
 }
 
 QVRESULT CBookAnnotationListProxy::ReadAnnotationList(QvpNodeType type, IBookAnnotation** list,

@@ -30,9 +30,11 @@ Qvp_Node* CBookIndexProxyImpl::CreateQvpNode() {
 }
 
 QVRESULT CBookIndexProxyImpl::SetIndexList(int* entries, unsigned int count) {
-    return ReplaceRecords(CheckProxy(m_pFile, entries || count == 0), m_pFile, QvpNodeIndexList,
-                          m_nFileId, &m_pList, entries, count, StoreEntry,
-                          [this](int) { return CreateQvpNode(); });
+    const QVRESULT refused = CheckProxy(m_pFile, entries || count == 0);
+    if (refused != QV_S_OK)
+        return refused;
+    return ReplaceRecords(m_pFile, QvpNodeIndexList, m_nFileId, &m_pList, entries, count,
+                          StoreEntry, [this](int) { return CreateQvpNode(); });
 }
 
 QVRESULT CBookIndexProxyImpl::GetIndexList(int** entries, unsigned int* count) {

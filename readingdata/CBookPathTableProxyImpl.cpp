@@ -71,8 +71,10 @@ Qvp_Node* CBookPathTableProxyImpl::CreateQvpNode() {
 
 QVRESULT CBookPathTableProxyImpl::SetPathTable(QvpPathItem* items, unsigned int count) {
     const QVRESULT refused = CheckProxy(m_pFile, AreStorable(items, count, IsStorable));
-    return ReplaceRecords(refused, m_pFile, QvpNodePathTable, m_nFileId, &m_pList, items, count,
-                          StoreItem, [this](const QvpPathItem&) { return CreateQvpNode(); });
+    if (refused != QV_S_OK)
+        return refused;
+    return ReplaceRecords(m_pFile, QvpNodePathTable, m_nFileId, &m_pList, items, count, StoreItem,
+                          [this](const QvpPathItem&) { return CreateQvpNode(); });
 }
 
 QVRESULT CBookPathTableProxyImpl::GetPathTable(QvpPathItem** items, unsigned int* count) {

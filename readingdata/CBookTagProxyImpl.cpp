@@ -43,8 +43,10 @@ Qvp_Node* CBookTagProxyImpl::CreateQvpNode() {
 
 QVRESULT CBookTagProxyImpl::SetTagList(char** tags, unsigned int count) {
     const QVRESULT refused = CheckProxy(m_pFile, AreStorable(tags, count, IsStorable));
-    return ReplaceRecords(refused, m_pFile, QvpNodeTagList, m_nFileId, &m_pList, tags, count,
-                          StoreTag, [this](const char*) { return CreateQvpNode(); });
+    if (refused != QV_S_OK)
+        return refused;
+    return ReplaceRecords(m_pFile, QvpNodeTagList, m_nFileId, &m_pList, tags, count, StoreTag,
+                          [this](const char*) { return CreateQvpNode(); });
 }
 
 QVRESULT CBookTagProxyImpl::GetTagList(char*** tags, unsigned int* count) {

@@ -75,6 +75,15 @@ bool IsRecordOf(const Qvp_Node& node, const QvpRecord& record) {
            (record.nType == QvpNodeFree || record.nType == node.nType);
 }
 
+// Whatever is appended after a record that was cut off while it was written would be taken for its
+// missing bytes.
+bool EndsTorn(const unsigned char* image, long size) {
+    QvpRecordScan scan(size);
+    for (QvpRecord record = {}; scan.Next(image, &record);) {
+    }
+    return !scan.ReachedEnd();
+}
+
 } // namespace
 
 CQvpFile::CQvpFile() = default;
@@ -385,26 +394,27 @@ int CQvpFile::ShouldRewrite() {
     return freeData > QvpFormat::kMaxFreeData;
 }
 
-// Not after a record that was cut off while it was written: what follows it would be taken for its
-// missing bytes. Nor beside a record of the same list that another container has appended since: a
-// reader would take both for one list.
+// Not after a torn record, nor beside a record of the same list that another container has appended
+// since: a reader would take both for one list.
 bool CQvpFile::MayAppend(bool isChanged) {
-    Image changed;
-    long size = m_nImageSize;
+    if (!isChanged)
+        return !EndsTorn(m_pImage.get(), m_nImageSize);
+    Image image;
+    long size = 0;
     NodePlaces places = Places();
-    if (isChanged && (!places.IsValid() || ReadImage(m_pszPath.get(), &changed, &size) != QV_S_OK))
+    if (!places.IsValid() || ReadImage(m_pszPath.get(), &image, &size) != QV_S_OK ||
+        EndsTorn(image.get(), size))
         return false;
-    const unsigned char* image = isChanged ? changed.get() : m_pImage.get();
     QvpRecordScan scan(size);
-    for (QvpRecord record = {}; scan.Next(image, &record);) {
-        if (!isChanged || places.NodeAt(record.nOffset))
+    for (QvpRecord record = {}; scan.Next(image.get(), &record);) {
+        if (places.NodeAt(record.nOffset))
             continue;
         for (Qvp_Node* node = LoadedList(record); node; node = node->pNext) {
             if (IsNew(node))
                 return false;
         }
     }
-    return scan.ReachedEnd();
+    return true;
 }
 
 // --- flushing -----------------------------------------------------------------------------------

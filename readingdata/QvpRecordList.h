@@ -93,15 +93,12 @@ QVRESULT AppendRecords(CQvpFile* file, Filler* filler, Create create) {
     return QV_E_FAIL;
 }
 
-// Replaces a list unless that is `refused`: its records take the items in order; surplus ones are
-// freed, missing ones made. QV_E_FAIL: the list could not be read, and nothing changes; or a record
-// could not be made, and the items before it are in place.
+// Replaces a list: its records take the items in order; surplus ones are freed, missing ones made.
+// QV_E_FAIL: the list could not be read, and nothing changes; or a record could not be made, and
+// the items before it are in place.
 template<typename Items, typename Store, typename Create>
-QVRESULT ReplaceRecords(QVRESULT refused, CQvpFile* file, QvpNodeType type, unsigned int fileId,
-                        Qvp_Node** head, Items items, std::uint32_t count, Store store,
-                        Create create) {
-    if (refused != QV_S_OK)
-        return refused;
+QVRESULT ReplaceRecords(CQvpFile* file, QvpNodeType type, unsigned int fileId, Qvp_Node** head,
+                        Items items, std::uint32_t count, Store store, Create create) {
     if (!AttachForWriting(file, type, fileId, head))
         return QV_E_FAIL;
     RecordFiller<Items, Store> filler{type, items, count, store};
