@@ -1,10 +1,11 @@
 #include "readingdata/CBookInfoManager.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <cstring>
 #include <memory>
 #include <new>
 
-#include "base/Handles.h"
+#include "base/OwnedArray.h"
 #include "readingdata/CQvpFile.h"
 
 namespace QvFormat {
@@ -17,10 +18,12 @@ QVRESULT CBookInfoManager::GetBookInfoEntity(char const* bookPath, IBookInfoEnti
     std::unique_ptr<CQvpFile> file(new (std::nothrow) CQvpFile);
     if (!file)
         return QV_E_FAIL;
-    char* delivered = nullptr;
-    if (asprintf(&delivered, "%s.qvp", bookPath) < 0)
+    constexpr char extension[] = ".qvp";
+    const std::size_t length = std::strlen(bookPath);
+    const OwnedArray<char> name = NewArray<char>(length + sizeof extension);
+    if (!name)
         return QV_E_OUTOFMEMORY;
-    const MallocPtr<char> name(delivered);
+    std::copy_n(extension, sizeof extension, std::copy_n(bookPath, length, name.get()));
     if (file->Open(name.get(), create) != QV_S_OK)
         return QV_E_FAIL;
     *entity = file.release();
