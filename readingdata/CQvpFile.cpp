@@ -387,9 +387,8 @@ CQvpFile::Pending CQvpFile::FindPending() const {
 
 int CQvpFile::ShouldRewrite() {
     QvpRecordScan scan(m_nImageSize);
-    QvpRecord record = {};
     std::uint64_t freeData = 0;
-    while (freeData <= QvpFormat::kMaxFreeData && scan.Next(m_pImage.get(), &record))
+    for (QvpRecord record = {}; scan.Next(m_pImage.get(), &record);)
         freeData += record.nType == QvpNodeFree ? record.nLength : 0;
     return freeData > QvpFormat::kMaxFreeData;
 }
@@ -504,9 +503,8 @@ void CQvpFile::SwapImage(Image* image, long* size) {
 bool CQvpFile::IsCutShort(const unsigned char* file, long size) const {
     QvpRecordScan scan(size);
     QvpRecordScan known(m_nImageSize);
-    QvpRecord record = {};
     QvpRecord expected = {};
-    while (scan.Next(file, &record) && record.bWhole) {
+    for (QvpRecord record = {}; scan.Next(file, &record) && record.bWhole;) {
         if (!known.Next(m_pImage.get(), &expected) || expected.nId != record.nId ||
             expected.nLength != record.nLength)
             return false;
@@ -538,8 +536,7 @@ int CQvpFile::SaveValidContentToFile(std::FILE* file) {
     ForEachNode([](Qvp_Node* node) { node->nOffset = 0; });
     int written = std::fwrite(m_pImage.get(), QvpFormat::kHeaderSize, 1, file) == 1;
     QvpRecordScan scan(m_nImageSize);
-    QvpRecord record = {};
-    while (written && scan.Next(m_pImage.get(), &record) && record.bWhole) {
+    for (QvpRecord record = {}; written && scan.Next(m_pImage.get(), &record) && record.bWhole;) {
         Qvp_Node* node = places.NodeAt(record.nOffset);
         if (node && IsRecordOf(*node, record)) {
             written = AppendQvpRecord(file, *node, &node->nOffset);

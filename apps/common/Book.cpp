@@ -19,12 +19,8 @@ namespace {
 constexpr std::streamsize kFirstNode = 4; // the file's signature comes before it
 constexpr int kNodeMark = '#';
 
-bool BeginsLikeABook(const std::string& path) {
-    return std::ifstream(path, std::ios::binary).ignore(kFirstNode).get() == kNodeMark;
-}
-
 std::string WhyNoText(const std::string& path, int declaredBytes) {
-    if (!BeginsLikeABook(path))
+    if (std::ifstream(path, std::ios::binary).ignore(kFirstNode).get() != kNodeMark)
         return "not a UMD book";
     if (declaredBytes == 0)
         return "damaged, or not a text book: no text found in it";

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <regex>
 
 #include "common/Failure.h"
 
@@ -26,10 +25,18 @@ std::string Dump(const Json& json, int indent) {
     return json.dump(indent, ' ', false, Json::error_handler_t::replace);
 }
 
-std::string ForTerminal(const std::string& text) {
-    static const std::regex ofOneByte("[[:cntrl:]]");      // U+0000 to U+001F, and U+007F
-    static const std::regex ofTwoBytes("\xC2[\x80-\x9F]"); // U+0080 to U+009F
-    return std::regex_replace(std::regex_replace(text, ofOneByte, " "), ofTwoBytes, "  ");
+std::string ForTerminal(std::string text) {
+    for (char& character : text) {
+        if (static_cast<unsigned char>(character) < 0x20 || character == 0x7F)
+            character = ' ';
+    }
+    // U+0080 to U+009F, which are C2 80 to C2 9F in UTF-8.
+    for (std::size_t at = text.find('\xC2'); at != std::string::npos;
+         at = text.find('\xC2', at + 1)) {
+        if (at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) < 0xA0)
+            text.replace(at, 2, "  ");
+    }
+    return text;
 }
 
 } // namespace umdview

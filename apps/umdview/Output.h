@@ -21,7 +21,7 @@ void Report(const std::string& subject, const std::string& reason);
 // JSON as text, in one line or indented. Bytes that are no UTF-8 become U+FFFD.
 std::string Dump(const Json& json, int indent = -1);
 
-// UTF-8 text from a file, with control characters blanked: they must not reach the terminal.
-std::string ForTerminal(const std::string& text);
+// Text from a file, with control characters blanked: they must not reach the terminal.
+std::string ForTerminal(std::string text);
 
 } // namespace umdview

@@ -1,6 +1,7 @@
 #include "RecordDecoder.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "QvpNodeType.h"
@@ -14,17 +15,13 @@ namespace {
 constexpr std::size_t kTagBytes = 50;
 constexpr std::size_t kPlaceBytes = 9; // bookmark type, block index, offset
 
-struct Field {
-    const char* name;
-    Json (*read)(DataReader&);
-};
-
-using Fields = std::vector<Field>; // in the order of their bytes
+using Field = std::pair<const char*, Json (*)(DataReader&)>; // its name, and how it is read
+using Fields = std::vector<Field>;                           // in the order of their bytes
 
 Json ReadFields(DataReader& data, const Fields& fields) {
     Json values;
-    for (const Field& field : fields)
-        values[field.name] = field.read(data);
+    for (const auto& [name, read] : fields)
+        values[name] = read(data);
     return values;
 }
 

@@ -65,14 +65,6 @@ Place FirstPlace(const RenderOptions& options, int blockCount) {
     return {static_cast<unsigned int>(options.position * lastBlock), 0};
 }
 
-// Shows the screen that drawing begins with.
-void OpenAt(Reader& reader, const RenderOptions& options) {
-    if (reader.GoTo(FirstPlace(options, reader.BlockCount())))
-        return;
-    ReportDamage(options.book);
-    throw Failure(options.book, "no text from this position on can be shown");
-}
-
 // Pages through the screens and draws those asked for. Only one screen is in memory at a time.
 Drawn DrawScreens(Reader& reader, const RenderOptions& options) {
     const std::filesystem::path folder(options.folder);
@@ -133,7 +125,10 @@ bool KeepPlace(const Place& place, const std::string& book) {
 int RunRender(const RenderOptions& options) {
     Reader reader(options.book, options.look);
     MakeFolder(options.folder);
-    OpenAt(reader, options);
+    if (!reader.GoTo(FirstPlace(options, reader.BlockCount()))) {
+        ReportDamage(options.book);
+        throw Failure(options.book, "no text from this position on can be shown");
+    }
     const Drawn drawn = DrawScreens(reader, options);
     const bool keepsPlace = options.resume && drawn.lastShown >= options.firstScreen;
     const bool kept = !keepsPlace || KeepPlace(reader.Begin(), options.book);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <regex>
 #include <string_view>
 
 #include "Output.h"
@@ -16,9 +15,16 @@ using namespace umdhost;
 
 namespace {
 
-std::string WithNewlines(const std::string& text) {
-    static const std::regex paragraphSeparator("\xE2\x80\xA9"); // U+2029
-    return std::regex_replace(text, paragraphSeparator, "\n");
+constexpr std::string_view kParagraphSeparator = "\xE2\x80\xA9"; // U+2029
+
+std::string WithNewlines(std::string_view text) {
+    std::string lines;
+    for (std::size_t end = text.find(kParagraphSeparator); end != std::string_view::npos;
+         end = text.find(kParagraphSeparator)) {
+        lines.append(text.substr(0, end)).append("\n");
+        text.remove_prefix(end + kParagraphSeparator.size());
+    }
+    return lines.append(text);
 }
 
 // What of a chunk is the chapter's; the chunk begins at byte `at` of the text.
