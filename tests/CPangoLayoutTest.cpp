@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <pango/pangoft2.h>
 
+#include "FailingMemory.h"
 #include "RenderFixture.h"
 #include "layout/GreyImage.h"
 #include "layout/Paragraphs.h"
@@ -158,10 +159,24 @@ TEST_F(CPangoLayoutTest, PagesCutWhereTheNextLineNoLongerFits) {
         EXPECT_EQ(pages, static_cast<unsigned int>((99 + row.linesPerPage) / row.linesPerPage));
         EXPECT_EQ(layout.GetPageEndLine(0), row.linesPerPage - 1);
         EXPECT_EQ(layout.GetPageEndLine(99), 99);
-        EXPECT_EQ(layout.GetPageEndLine(100), 99);
+        EXPECT_EQ(layout.GetPageEndLine(1000), 99);
         EXPECT_EQ(layout.GetPageStartingLine(0), 0);
         EXPECT_EQ(layout.GetPageStartingLine(1), row.linesPerPage);
         EXPECT_EQ(layout.GetPageStartingLine(static_cast<int>(pages)), -1);
+    }
+}
+
+TEST_F(CPangoLayoutTest, EveryAllocationFailingGivesAllLinesOrNoneAndAllLater) {
+    layout.SetText(Repeat(kChinese, 60));
+    const Lines all = layout.Table();
+    g_bFailsOnce = true;
+    for (int allocations = 1; allocations < 8; ++allocations) {
+        layout.ClearPages();
+        g_nAllocationsLeft = allocations;
+        const Lines lines = layout.Table();
+        g_nAllocationsLeft = -1;
+        EXPECT_TRUE(lines.empty() || lines == all) << allocations;
+        EXPECT_EQ(layout.Table(), all) << allocations;
     }
 }
 

@@ -4,7 +4,6 @@
 #include <chrono>
 #include <csignal>
 #include <functional>
-#include <new>
 #include <random>
 
 #include <fcntl.h>
@@ -12,6 +11,7 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 
+#include "FailingMemory.h"
 #include "ReadingDataFixture.h"
 #include "readingdata/CBookInfoProxyImpl.h"
 #include "readingdata/CBookPathTableProxyImpl.h"
@@ -21,21 +21,10 @@ using namespace readingdata;
 
 namespace {
 
-int g_nAllocationsLeft = -1; // of the library's, the last of them fails; -1: no limit
-bool g_bFailsOnce = false;   // the next ones succeed again
-int g_nSyncError = -1;       // what syncing answers in errno; -1: it succeeds
+int g_nSyncError = -1; // what syncing answers in errno; -1: it succeeds
 int g_nSyncs = 0;
 bool g_bDiesSyncing = false;
 bool g_bCutFails = false; // no file can be cut off
-
-bool AllocationFails() {
-    if (g_nAllocationsLeft > 0)
-        --g_nAllocationsLeft;
-    if (g_nAllocationsLeft != 0)
-        return false;
-    g_nAllocationsLeft = g_bFailsOnce ? -1 : 0;
-    return true;
-}
 
 // No file grows past this many bytes any more; writes report it instead of ending the test.
 void LimitFileSize(rlim_t bytes) {
@@ -63,22 +52,6 @@ extern "C" int ftruncate(int file, off_t length) noexcept {
         return ftruncate64(file, length);
     LimitFileSize(RLIM_INFINITY); // there is room again
     return -1;
-}
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    try {
-        return AllocationFails() ? nullptr : ::operator new(size);
-    } catch (...) {
-        return nullptr;
-    }
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    try {
-        return AllocationFails() ? nullptr : ::operator new[](size);
-    } catch (...) {
-        return nullptr;
-    }
 }
 
 namespace {

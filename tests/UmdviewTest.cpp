@@ -156,6 +156,7 @@ TEST_F(UmdviewTest, TextThatCannotBeShownIsPassedOverAndNamed) {
                                 "umdview: book.umd: 128 bytes of text after screen ";
     const Result all = Draw("all", "--all");
     EXPECT_TRUE(all.status == 1 && Contains(all.err, damaged));
+    EXPECT_EQ(all.err.find("after screen", damaged.size()), std::string::npos);
     // A jump into the block goes on after it.
     const double block = 99.5 / (static_cast<double>(text.size()) / 64);
     EXPECT_EQ(Draw("jump", "--screens 1 --position " + std::to_string(block)).All(),
