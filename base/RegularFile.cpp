@@ -19,23 +19,36 @@ namespace QvFormat {
 
 namespace {
 
-QVRESULT ReadAll(int descriptor, OwnedArray<unsigned char>* bytes, long* size) {
+// Fills the array to its end.
+bool ReadFully(int descriptor, unsigned char* bytes, std::size_t size) {
+    while (size > 0) {
+        const ssize_t count = read(descriptor, bytes, size);
+        if (count <= 0)
+            return false;
+        bytes += count;
+        size -= static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
+// Most files are read in one call, into `start`.
+QVRESULT ReadAll(int descriptor, const unsigned char* magic, std::size_t magicSize,
+                 OwnedArray<unsigned char>* bytes, long* size) {
+    unsigned char start[4096];
     struct stat status = {};
     if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > LONG_MAX)
         return QV_E_FAIL;
-    *size = static_cast<long>(status.st_size);
-    auto left = static_cast<std::size_t>(status.st_size);
-    *bytes = NewArray<unsigned char>(left);
+    const auto count = static_cast<std::size_t>(status.st_size);
+    const std::size_t first = std::min(count, sizeof start);
+    if (first < magicSize || !ReadFully(descriptor, start, first) ||
+        std::memcmp(start, magic, magicSize) != 0)
+        return QV_E_FAIL;
+    *bytes = NewArray<unsigned char>(count);
     if (!*bytes)
         return QV_E_OUTOFMEMORY;
-    for (unsigned char* next = bytes->get(); left > 0;) {
-        const ssize_t count = read(descriptor, next, left);
-        if (count <= 0)
-            return QV_E_FAIL;
-        next += count;
-        left -= static_cast<std::size_t>(count);
-    }
-    return QV_S_OK;
+    *size = static_cast<long>(count);
+    unsigned char* rest = std::copy_n(start, first, bytes->get());
+    return ReadFully(descriptor, rest, count - first) ? QV_S_OK : QV_E_FAIL;
 }
 
 // Takes over an open file; null unless it is a regular one.
@@ -148,11 +161,12 @@ FolderPtr OpenFolderOf(const char* path) {
 
 } // namespace
 
-QVRESULT ReadRegularFile(const char* path, OwnedArray<unsigned char>* bytes, long* size) {
+QVRESULT ReadRegularFile(const char* path, const unsigned char* magic, std::size_t magicSize,
+                         OwnedArray<unsigned char>* bytes, long* size) {
     const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0)
         return QV_E_FAIL;
-    const QVRESULT result = ReadAll(descriptor, bytes, size);
+    const QVRESULT result = ReadAll(descriptor, magic, magicSize, bytes, size);
     close(descriptor);
     return result;
 }

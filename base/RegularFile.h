@@ -11,9 +11,11 @@ namespace QvFormat {
 // Both refuse a path that leads to anything but a regular file: a pipe could block, and a device is
 // not ours to read.
 //
-// Reads a whole file. QV_E_FAIL: it cannot be opened, or not be read to its end.
-// QV_E_OUTOFMEMORY.
-QVRESULT ReadRegularFile(const char* path, OwnedArray<unsigned char>* bytes, long* size);
+// Reads a whole file that begins with the bytes of `magic`; what is stored counts on success only.
+// QV_E_FAIL: it cannot be opened or read, or begins otherwise, and no memory was taken for it.
+// QV_E_OUTOFMEMORY: for its content.
+QVRESULT ReadRegularFile(const char* path, const unsigned char* magic, std::size_t magicSize,
+                         OwnedArray<unsigned char>* bytes, long* size);
 
 // Opens a file for reading and writing, without a buffer: what is written reaches the system in its
 // turn. Null when it cannot be opened.

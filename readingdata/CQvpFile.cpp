@@ -119,7 +119,8 @@ QVRESULT CQvpFile::Open(char const* path, int create) {
 QVRESULT CQvpFile::ReadImage(const char* path, Image* image, long* size) {
     Image bytes;
     long count = 0;
-    const QVRESULT result = ReadRegularFile(path, &bytes, &count);
+    const QVRESULT result =
+        ReadRegularFile(path, QvpFormat::kNewHeader, QvpFormat::kMagicSize, &bytes, &count);
     if (result != QV_S_OK)
         return result;
     if (count < QvpFormat::kHeaderSize || !HandleHeader(bytes.get()))

@@ -1,7 +1,6 @@
 #include "readingdata/Qvp_Node.h"
 
 #include <new>
-#include <utility>
 
 namespace QvFormat {
 
@@ -15,7 +14,9 @@ QvpNodePtr NewQvpNode(QvpNodeType type, unsigned int id, unsigned int length) {
     QvpNodePtr node(new (std::nothrow) Qvp_Node{type, id, 0, 1, length, nullptr, 0, nullptr});
     if (node)
         node->pData = new (std::nothrow) unsigned char[length]();
-    return node && node->pData ? std::move(node) : nullptr;
+    if (!node || !node->pData)
+        return nullptr;
+    return node;
 }
 
 } // namespace QvFormat

@@ -178,6 +178,7 @@ TEST_F(CPangoLayoutTest, EveryAllocationFailingGivesAllLinesOrNoneAndAllLater) {
         EXPECT_TRUE(lines.empty() || lines == all) << allocations;
         EXPECT_EQ(layout.Table(), all) << allocations;
     }
+    g_bFailsOnce = false;
 }
 
 TEST_F(CPangoLayoutTest, LineTallerThanThePageStandsBehindAnEmptyPage) {

@@ -68,6 +68,9 @@ TEST_F(CQvpFileTest, FileThatIsNoReadingDataOpenFailsAndLeavesIt) {
         EXPECT_EQ(bytes, Read());
     }
     EXPECT_EQ(CQvpFile().Open(m_Folder.c_str(), 1), QV_E_FAIL);
+    // Of any size: no memory is taken for it.
+    std::filesystem::resize_file(m_Path, std::uintmax_t{1} << (sizeof(long) == 8 ? 40 : 30));
+    EXPECT_EQ(CQvpFile().Open(m_Path.c_str(), 1), QV_E_FAIL);
 }
 
 TEST_F(CQvpFileTest, EveryOperationNotOpenOrNullPointerRefusesInThatOrder) {

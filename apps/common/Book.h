@@ -51,7 +51,7 @@ private:
 // read: the library reports one failure for everything it cannot open, and would wait at a pipe.
 void CheckFile(const std::string& path);
 
-// Opens a book's file for reading once CheckFile has no objection.
+// Opens a book's file for reading. Throws Failure as CheckFile does.
 std::unique_ptr<QvFormat::CFileStream> OpenBookFile(const std::string& path);
 
 // Names a damaged chunk, counted from 1 as people do.

@@ -45,7 +45,7 @@ std::string ReadBytes(const std::string& file, const std::string& path) {
 // Adds the records, what is damaged in them, and the bytes that free ones hold.
 void AddRecords(Json& document, std::string_view bytes) {
     std::uint64_t deadBytes = 0;
-    std::set<Json> idsWithInfo;
+    std::set<std::uint32_t> idsWithInfo;
     DataReader rest(bytes.substr(kHeaderBytes));
     while (rest.Left() >= kRecordHeaderBytes) {
         const std::size_t offset = bytes.size() - rest.Left();
@@ -55,7 +55,7 @@ void AddRecords(Json& document, std::string_view bytes) {
             deadBytes += bytes.size() - rest.Left() - offset - kRecordHeaderBytes;
         // Of book information the library uses the first record only.
         if (record["type"] == QvpNodeBookInfo && wrong.empty() &&
-            !idsWithInfo.insert(record["id"]).second)
+            !idsWithInfo.insert(record["id"].get<std::uint32_t>()).second)
             wrong = "another one of this file id comes before it";
         if (!wrong.empty())
             document["damage"].push_back("record at offset " + std::to_string(offset) + ", " +

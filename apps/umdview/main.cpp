@@ -46,8 +46,9 @@ unsigned int ParseNumber(const std::string& option, const std::string& text, uns
 void ParseScreens(const std::string& text, RenderOptions& render) {
     const std::size_t dash = text.find('-');
     render.firstScreen = ParseNumber("--screens", text.substr(0, dash), kMaxNumber);
-    // Without a dash, this is the whole text again.
-    render.lastScreen = ParseNumber("--screens", text.substr(dash + 1), kMaxNumber);
+    render.lastScreen = render.firstScreen;
+    if (dash != std::string::npos)
+        render.lastScreen = ParseNumber("--screens", text.substr(dash + 1), kMaxNumber);
     if (render.lastScreen < render.firstScreen)
         throw CLI::ValidationError("--screens", "\"" + text + "\" ends before it begins");
 }
