@@ -132,6 +132,7 @@ TEST_F(UmdviewReadingDataTest, ReadingDataOfEveryKindIsToldRecordByRecordAndDeco
         "unknown", "tag list", {"bookName": "", "author": "", "coverPagePath": "",
         "publisher": "", "isbn": "", "summary": "", "latestSection": "IX", "bookSource": 0,
         "readingProgress": 42, "serialized": false, "readingBookmark": null}])"));
+    EXPECT_TRUE(document["damage"].empty());
     EXPECT_FALSE(Contains(lines, "\x1b"));
     EXPECT_EQ(Read(), bytes);
 }
